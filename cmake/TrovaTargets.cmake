@@ -1,0 +1,29 @@
+# TrovaTargets: the compiler settings that the targets of this project choose from.
+
+# Everything: warnings, sanitizers, the public headers.
+add_library(trova_common INTERFACE)
+target_include_directories(trova_common INTERFACE ${CMAKE_SOURCE_DIR}/include)
+target_compile_options(trova_common INTERFACE -Wall -Wextra -pedantic -Wshadow -Wconversion)
+if(TROVA_WERROR)
+  target_compile_options(trova_common INTERFACE -Werror)
+endif()
+if(TROVA_SANITIZE)
+  target_compile_options(trova_common INTERFACE
+    -fsanitize=${TROVA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(trova_common INTERFACE -fsanitize=${TROVA_SANITIZE})
+endif()
+
+# The playlist and support libraries: C++17 without exceptions, RTTI or a C++ runtime. Results must
+# be the same on every target: signed arithmetic wraps, floating point is never contracted.
+add_library(trova_freestanding INTERFACE)
+target_link_libraries(trova_freestanding INTERFACE trova_common)
+target_compile_features(trova_freestanding INTERFACE cxx_std_17)
+target_compile_options(trova_freestanding INTERFACE
+  -fwrapv -ffp-contract=off
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+target_include_directories(trova_freestanding INTERFACE ${CMAKE_SOURCE_DIR}/support)
+
+# The manager, the command and the tests: modern C++ with its standard library.
+add_library(trova_hosted INTERFACE)
+target_link_libraries(trova_hosted INTERFACE trova_common)
+target_compile_features(trova_hosted INTERFACE cxx_std_20)

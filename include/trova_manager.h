@@ -1,0 +1,231 @@
+/*
+ * trova_manager.h: the embedded manager, for applications that bring none of their own.
+ *
+ * trova_manager_start() gives the ManagerHandle that trova_playlist_initialize() takes. One manager
+ * runs per process; starting it again counts, and the last stop ends it. Stop it after the last
+ * trova_playlist_shutdown(), when every user, data object and list has been released.
+ *
+ * Every function may be called from any thread and returns 0 or an error code of package 16 (see
+ * the codes below); bit 31 marks a failure. Out parameters are written on success only. Text passed
+ * in is copied. A stale or foreign handle gives TROVA_MANAGER_BAD_HANDLE, never a crash. Memory of
+ * the manager itself counts towards the same limit as the playlist library's.
+ */
+#ifndef TROVA_MANAGER_H
+#define TROVA_MANAGER_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "trova_manager_services.h"
+
+#if defined(__GNUC__)
+#define TROVA_MANAGER_API __attribute__((visibility("default")))
+#else
+#define TROVA_MANAGER_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* TROVA_MANAGER_NOT_FOUND (0x10100003), a warning, is defined in trova_manager_services.h. */
+#define TROVA_MANAGER_INVALID_ARG UINT32_C(0x90100001)
+#define TROVA_MANAGER_NO_MEMORY UINT32_C(0x90100002)
+#define TROVA_MANAGER_NOT_RUNNING UINT32_C(0x90100007)
+#define TROVA_MANAGER_INTERNAL UINT32_C(0x9010000f)    /* something that must not happen */
+#define TROVA_MANAGER_BAD_HANDLE UINT32_C(0x90100321)  /* stale, foreign or of another kind */
+#define TROVA_MANAGER_UNSUPPORTED UINT32_C(0x9010003c) /* e.g. setting values of a view */
+
+/* Value keys and contexts of data objects that the built-in attributes read. */
+#define TROVA_CTX_TRACK "trova_ctx_track"
+#define TROVA_CTX_ALBUM "trova_ctx_album"
+#define TROVA_CTX_EXTDATA "trova_ctx_extdata"
+#define TROVA_CHILD_ALBUM "trova_ctx_album!"                 /* the albums of a track */
+#define TROVA_CHILD_MATCHED_TRACK "trova_ctx_track!matching" /* the matched track of an album */
+#define TROVA_VAL_TITLE "trova_val_title_display"
+#define TROVA_VAL_ARTIST "trova_val_artist"
+#define TROVA_VAL_GENRE_ID "_sdkmgr_val_list_genre_id"
+#define TROVA_VAL_ERA_ID "_sdkmgr_val_list_era_id"
+#define TROVA_VAL_ORIGIN_ID "_sdkmgr_val_list_origin_id"
+#define TROVA_VAL_ARTIST_TYPE_ID "_sdkmgr_val_list_artist_type_id"
+#define TROVA_VAL_MOOD_ID "_sdkmgr_val_list_mood_id"
+#define TROVA_VAL_MOOD_DATA \
+  "_sdkmgr_val_list_mood_data" /* "id:weight,id:weight", weights sum to 100 */
+#define TROVA_VAL_TEMPO "_sdkmgr_val_list_tempo_value" /* beats per minute */
+
+/* List types. */
+#define TROVA_LIST_GENRES "trova_list_type_genres"
+#define TROVA_LIST_ERAS "trova_list_type_eras"
+#define TROVA_LIST_ORIGINS "trova_list_type_origins"
+#define TROVA_LIST_ARTIST_TYPES "trova_list_type_artist_types"
+#define TROVA_LIST_MOODS "trova_list_type_moods"
+#define TROVA_LIST_TEMPOS "trova_list_type_tempos"
+
+/* ------------------------------------------------------------------------ Start and stop */
+
+typedef struct trova_manager_options {
+  size_t size;          /* sizeof(trova_manager_options) of the caller */
+  const char* language; /* "en", "de", or null: LC_ALL, LC_MESSAGES, LANG, else English */
+  size_t memory_limit;  /* bytes that the allocator may hand out; 0: no limit */
+} trova_manager_options;
+
+/*
+ * @param options           may be null: all defaults. Ignored when the manager runs already.
+ * @param[out] out_manager  valid until the last stop
+ */
+TROVA_MANAGER_API uint32_t trova_manager_start(const trova_manager_options* options,
+                                               ManagerHandle** out_manager);
+
+/* @return 0; TROVA_MANAGER_NOT_RUNNING */
+TROVA_MANAGER_API uint32_t trova_manager_stop(void);
+
+/* @return static text, the version of the embedded manager */
+TROVA_MANAGER_API const char* trova_manager_get_version(void);
+
+/* ------------------------------------------------------------------- Errors, log, memory */
+
+/*
+ * The last error that the library recorded for the calling thread: after a statement failed, its
+ * code and the reason in words.
+ * @param[out] out_code  may be null; 0 when there is none
+ * @param[out] out_text  may be null; "" when there is no text; valid until the thread's next error
+ */
+TROVA_MANAGER_API uint32_t trova_manager_last_error(uint32_t* out_code, const char** out_text);
+
+/*
+ * @return static text for a code of the playlist library, the support library or the manager;
+ *         never null
+ */
+TROVA_MANAGER_API const char* trova_manager_error_text(uint32_t code);
+
+/* Levels for the log functions: VREL_LOG_ERROR and so on of vrel_log.h, joined by "or". */
+
+/*
+ * Writes log lines of all packages to a file descriptor, one line per write(2).
+ * @param fd      stays the caller's; -1 ends logging
+ * @param levels  which lines
+ */
+TROVA_MANAGER_API uint32_t trova_manager_log_to_fd(int fd, uint32_t levels);
+
+/*
+ * Called with each finished log line, without line end, from the thread that logs.
+ */
+typedef void (*trova_manager_log_line)(void* user_data, uint32_t package, uint32_t level,
+                                       const char* line);
+
+/* @param callback  null ends logging */
+TROVA_MANAGER_API uint32_t trova_manager_log_to_callback(trova_manager_log_line callback,
+                                                         void* user_data, uint32_t levels);
+
+typedef struct trova_manager_memory_stats {
+  size_t blocks_in_use;
+  size_t bytes_in_use; /* as asked for */
+  size_t peak_bytes;
+  uint64_t allocations; /* since the process started */
+  uint64_t failures;    /* refused because of the limit, or by the system */
+} trova_manager_memory_stats;
+
+TROVA_MANAGER_API uint32_t trova_manager_memory_stats_get(trova_manager_memory_stats* out_stats);
+
+/* @param limit  bytes; 0: no limit. A limit below what is in use refuses every new block. */
+TROVA_MANAGER_API uint32_t trova_manager_memory_limit_set(size_t limit);
+
+/* --------------------------------------------------------------------------------- Users */
+
+/* @param[out] out_user  released with trova_manager_user_release() */
+TROVA_MANAGER_API uint32_t trova_manager_user_create(const char* name, trova_user** out_user);
+/* @param user  may be null */
+TROVA_MANAGER_API uint32_t trova_manager_user_release(trova_user* user);
+
+/* -------------------------------------------------------------------------- Data objects */
+
+/*
+ * @param context          TROVA_CTX_TRACK, TROVA_CTX_ALBUM or any other text
+ * @param[out] out_object  released with trova_manager_gdo_release()
+ */
+TROVA_MANAGER_API uint32_t trova_manager_gdo_create(const char* context, trova_gdo** out_object);
+TROVA_MANAGER_API uint32_t trova_manager_gdo_addref(trova_gdo* object);
+/* @param object  may be null */
+TROVA_MANAGER_API uint32_t trova_manager_gdo_release(trova_gdo* object);
+
+/* Appends a value under a key: the first has ordinal 1. */
+TROVA_MANAGER_API uint32_t trova_manager_gdo_add_value(trova_gdo* object, const char* key,
+                                                       const char* text);
+/* The same for a number in decimal. */
+TROVA_MANAGER_API uint32_t trova_manager_gdo_add_number(trova_gdo* object, const char* key,
+                                                        uint32_t number);
+/* Appends a child under a key. The parent takes a reference of its own. A child that is the object
+ * itself or holds it is refused with TROVA_MANAGER_INVALID_ARG. */
+TROVA_MANAGER_API uint32_t trova_manager_gdo_add_child(trova_gdo* object, const char* key,
+                                                       trova_gdo* child);
+
+/* Reads, of the application's own objects and of views that the playlist library hands out. */
+TROVA_MANAGER_API uint32_t trova_manager_gdo_get_context(trova_gdo* object, const char** out_text);
+TROVA_MANAGER_API uint32_t trova_manager_gdo_value_count(trova_gdo* object, const char* key,
+                                                         uint32_t* out_count);
+/* @param ordinal  from 1; TROVA_MANAGER_NOT_FOUND past the last one */
+TROVA_MANAGER_API uint32_t trova_manager_gdo_get_value(trova_gdo* object, const char* key,
+                                                       uint32_t ordinal, const char** out_text);
+TROVA_MANAGER_API uint32_t trova_manager_gdo_child_count(trova_gdo* object, const char* key,
+                                                         uint32_t* out_count);
+TROVA_MANAGER_API uint32_t trova_manager_gdo_get_child(trova_gdo* object, const char* key,
+                                                       uint32_t ordinal, trova_gdo** out_child);
+
+/* --------------------------------------------------------------------------------- Lists */
+
+/*
+ * One element as an application sees it. The texts live as long as the list.
+ */
+typedef struct trova_manager_element {
+  uint32_t id;
+  uint32_t parent; /* id of the element above; 0 at the top level */
+  uint32_t level;  /* 1 at the top */
+  uint32_t lower;  /* range, both bounds inclusive; 0 and 0 when the list has none */
+  uint32_t upper;
+  const char* name;     /* in the list's language */
+  const char* synonyms; /* other accepted spellings, joined by "|"; "" when there are none */
+} trova_manager_element;
+
+/*
+ * @param type           TROVA_LIST_GENRES and so on
+ * @param[out] out_list  in the manager's language; released with trova_manager_list_release()
+ */
+TROVA_MANAGER_API uint32_t trova_manager_list_load(const char* type, trova_list** out_list);
+/* @param list  may be null */
+TROVA_MANAGER_API uint32_t trova_manager_list_release(trova_list* list);
+TROVA_MANAGER_API uint32_t trova_manager_list_count(trova_list* list, uint32_t* out_count);
+/* @param index  0 to the count minus 1: parents before their children, a tree read from the top */
+TROVA_MANAGER_API uint32_t trova_manager_list_get(trova_list* list, uint32_t index,
+                                                  trova_manager_element* out_element);
+/* By id. TROVA_MANAGER_NOT_FOUND when the list has no such id. */
+TROVA_MANAGER_API uint32_t trova_manager_list_element(trova_list* list, uint32_t id,
+                                                      trova_manager_element* out_element);
+/*
+ * By name, in any language of the list, or synonym. Case, accents and punctuation are folded, and
+ * "&", "and", "'n'" are one word.
+ */
+TROVA_MANAGER_API uint32_t trova_manager_list_find(trova_list* list, const char* text,
+                                                   trova_manager_element* out_element);
+/*
+ * The elements whose names come nearest to a text, best first; a name that contains the text comes
+ * before one that is merely spelled alike.
+ * @param capacity        room in `out_elements`
+ * @param[out] out_count  how many were written
+ */
+TROVA_MANAGER_API uint32_t trova_manager_list_search(trova_list* list, const char* text,
+                                                     uint32_t capacity,
+                                                     trova_manager_element* out_elements,
+                                                     uint32_t* out_count);
+
+/*
+ * How near two elements are, on the scale of LIKE: -1000 to 1000, 1000 for an element and itself.
+ * @param type  list type with correlates: all but tempos
+ */
+TROVA_MANAGER_API uint32_t trova_manager_list_correlate(const char* type, uint32_t id_a,
+                                                        uint32_t id_b, int32_t* out_score);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* TROVA_MANAGER_H */
