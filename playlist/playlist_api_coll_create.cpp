@@ -1,0 +1,175 @@
+// playlist_api_coll_create: making, naming, counting and deleting collections.
+#include "playlist_collection.h"
+#include "playlist_error.h"
+#include "playlist_owner.h"
+#include "playlist_services.h"
+#include "vrel_memory.h"
+#include "vrel_string.h"
+
+namespace {
+
+const char kSource[] = "playlist_api_coll_create";
+
+using CollectionOwner = PlaylistOwner<Collection, playlist_collection_delete>;
+
+void delete_attrinfo(AttributeInfo* info) {
+  _playlist_attrinfo_delete(info, sizeof *info);
+}
+using AttributeInfoOwner = PlaylistOwner<AttributeInfo, delete_attrinfo>;
+
+uint32_t build(Collection* collection) {
+  collection->magic = kCollectionMagic;
+  collection->refcount = 1;
+  PL_TRY(vrel_hashtable_create(&collection->attributes, 0, _playlist_attrinfo_delete));
+  PL_TRY(vrel_thread_critsec_create(&collection->lock));
+  PL_TRY(vrel_stringtable_create(&collection->idents, 0));
+  return vrel_stringtable_create(&collection->values, 0);
+}
+
+// Gives the collection every attribute of the registry. One that fails is left out, and only the
+// last attribute's result is reported: the others may still be asked for in statements.
+uint32_t add_registered_attributes(Collection* collection) {
+  uint32_t count = 0;
+  PL_TRY(vrel_vector2_count(g_playlist_attribute_mgr, &count));
+  uint32_t code = 0;
+  for (uint32_t i = 0; i < count; ++i) {
+    const AttributeProvider* provider = nullptr;
+    code = playlist_attributes_get(i, &provider);
+    if (code == 0) code = playlist_collection_add_attribute(collection, provider);
+    // No memory for the record of an attribute ends the walk.
+    if (code == PLERR_NoMemory) break;
+  }
+  return vrel_log_error(__LINE__, kSource, code);
+}
+
+uint32_t set_name(Collection* collection, const char* name) {
+  char* const copy = vrel_string_strdup(name);
+  if (copy == nullptr) return PLERR_NoMemory;
+  vrel_string_free(collection->name);
+  collection->name = copy;
+  return 0;
+}
+
+uint32_t create_collection(const char* name, Collection** out_collection) {
+  CollectionOwner collection;
+  PL_TRY(playlist_collection_create(collection.out()));
+  PL_TRY(add_registered_attributes(collection.get()));
+  PL_TRY(set_name(collection.get(), name));
+  PL_TRY(g_playlist_handlemanager_interface->handle_add(collection.get()));
+  *out_collection = collection.take();
+  return 0;
+}
+
+// Counts down under the lock. True when nobody holds the collection any more.
+bool drop_reference(Collection* collection) {
+  CollectionLock lock(collection);
+  return --collection->refcount == 0;
+}
+
+}  // namespace
+
+uint32_t playlist_collection_create(Collection** out_collection) {
+  CollectionOwner collection(static_cast<Collection*>(vrel_memory_calloc(1, sizeof(Collection))));
+  if (!collection) return VREL_LOG_HERE(PLERR_NoMemory);
+  const uint32_t code = build(collection.get());
+  if (code != 0) return VREL_LOG_HERE(code);
+  *out_collection = collection.take();
+  return 0;
+}
+
+void playlist_collection_delete(Collection* collection) {
+  if (collection == nullptr) return;
+  if (collection->lock != nullptr) static_cast<void>(vrel_thread_critsec_delete(collection->lock));
+  if (collection->attributes != nullptr) {
+    static_cast<void>(vrel_hashtable_delete(collection->attributes));
+  }
+  if (collection->idents != nullptr) static_cast<void>(vrel_stringtable_delete(collection->idents));
+  if (collection->values != nullptr) static_cast<void>(vrel_stringtable_delete(collection->values));
+  // A report that was never processed goes with its collection.
+  if (collection->sync_new != nullptr) {
+    static_cast<void>(vrel_stringtable_delete(collection->sync_new));
+  }
+  if (collection->sync_present != nullptr) {
+    static_cast<void>(vrel_vector2_delete(collection->sync_present));
+  }
+  vrel_string_free(collection->name);
+  vrel_string_free(collection->stored_name);
+  vrel_memory_free(collection->load_buffer);
+  vrel_memory_free(collection);
+}
+
+uint32_t playlist_collection_addref(Collection* collection) {
+  if (collection == nullptr) return VREL_LOG_HERE(PLERR_InvalidArg);
+  CollectionLock lock(collection);
+  ++collection->refcount;
+  return 0;
+}
+
+uint32_t playlist_collection_release(Collection* collection) {
+  if (collection == nullptr) return 0;
+  if (drop_reference(collection)) playlist_collection_delete(collection);
+  return 0;
+}
+
+uint32_t playlist_collection_add_attribute(Collection* collection,
+                                           const AttributeProvider* provider) {
+  AttributeInfoOwner info(
+      static_cast<AttributeInfo*>(vrel_memory_calloc(1, sizeof(AttributeInfo))));
+  if (!info) return PLERR_NoMemory;
+  info->provider = provider;
+  const char* name = nullptr;
+  PL_TRY(provider->get_name(&name));
+  PL_TRY(vrel_vector2_create(&info->values, sizeof(ValueEntry), 0, nullptr, nullptr));
+  PL_TRY(
+      vrel_hashtable_value_add(collection->attributes, name, info.get(), sizeof(AttributeInfo), 0));
+  static_cast<void>(info.take());
+  return 0;
+}
+
+void _playlist_attrinfo_delete(void* info, uint32_t /*size*/) {
+  if (info == nullptr) return;
+  auto* const record = static_cast<AttributeInfo*>(info);
+  if (record->values != nullptr) static_cast<void>(vrel_vector2_delete(record->values));
+  vrel_memory_free(record);
+}
+
+uint32_t trova_playlist_collection_create(const char* name,
+                                          trova_playlist_collection** out_collection) {
+  PL_REQUIRE_INITIALIZED();
+  PL_REQUIRE_ARG(!vrel_string_isempty(name));
+  PL_REQUIRE_ARG(out_collection != nullptr);
+  PL_RETURN(create_collection(name, out_collection));
+}
+
+uint32_t trova_playlist_collection_release(trova_playlist_collection* collection) {
+  PL_REQUIRE_INITIALIZED();
+  if (collection == nullptr) return 0;
+  PL_REQUIRE_COLLECTION(collection);
+  uint32_t code = 0;
+  if (drop_reference(collection)) {
+    code = g_playlist_handlemanager_interface->handle_remove(collection);
+    playlist_collection_delete(collection);
+  }
+  PL_RETURN(code);
+}
+
+uint32_t trova_playlist_collection_get_name(trova_playlist_collection* collection,
+                                            const char** out_name) {
+  PL_REQUIRE_INITIALIZED();
+  PL_REQUIRE_ARG(out_name != nullptr);
+  PL_REQUIRE_COLLECTION(collection);
+  CollectionLock lock(collection);
+  *out_name = collection->name;
+  return 0;
+}
+
+uint32_t trova_playlist_collection_update_name(trova_playlist_collection* collection,
+                                               const char* name) {
+  PL_REQUIRE_INITIALIZED();
+  PL_REQUIRE_ARG(!vrel_string_isempty(name));
+  PL_REQUIRE_COLLECTION(collection);
+  CollectionLock lock(collection);
+  const uint32_t code = set_name(collection, name);
+  lock.leave();
+  PL_RETURN(code);
+}

@@ -1,0 +1,197 @@
+// playlist_api_coll_mgmt: adding, asking for and removing the idents of a collection.
+#include "playlist_collection.h"
+#include "playlist_error.h"
+#include "playlist_services.h"
+#include "vrel_string.h"
+
+namespace {
+
+const char kSource[] = "playlist_api_coll_mgmt";
+
+// Where the log places these failures, wherever the code stands.
+constexpr uint32_t kAddCollectionLine = 82;
+constexpr uint32_t kAddDataLine = 83;
+constexpr uint32_t kExistsCollectionLine = 144;
+constexpr uint32_t kSetIntegerContextLine = 277;
+constexpr uint32_t kSetIntegerFailedLine = 290;
+constexpr uint32_t kSetStringContextLine = 309;
+constexpr uint32_t kSetStringFailedLine = 329;
+
+// What an attribute's capture operation hands back to the callbacks. It lives on the stack of one
+// trova_playlist_collection_ident_add().
+struct CaptureContext {
+  uint32_t magic;  // kCaptureMagic; set before the handle manager first sees the record
+  Collection* collection;
+  AttributeInfo* attrinfo;  // of the attribute that captures now
+  const char* ident;        // the application's text
+};
+
+uint32_t append_value(CaptureContext* context, uint32_t kind, uint32_t value) {
+  ValueEntry entry = {kind, value, 0};
+  PL_TRY(playlist_collection_intern_ident(context->collection, context->ident, &entry.ident));
+  return vrel_vector2_add(context->attrinfo->values, &entry, sizeof entry, nullptr);
+}
+
+uint32_t append_string(CaptureContext* context, const char* text) {
+  uint32_t value = 0;
+  PL_TRY(vrel_stringtable_add_value(context->collection->values, text, &value));
+  return append_value(context, kValueString, value);
+}
+
+uint32_t _playlist_coll_set_integer_data(void* writer, uint32_t value) {
+  PL_REQUIRE(playlist_check_handle(kSetIntegerContextLine, kSource, writer, kCaptureMagic));
+  const uint32_t code = append_value(static_cast<CaptureContext*>(writer), kValueInteger, value);
+  return vrel_log_error(kSetIntegerFailedLine, kSource, code);
+}
+
+uint32_t _playlist_coll_set_string_data(void* writer, const char* value) {
+  PL_REQUIRE(playlist_check_handle(kSetStringContextLine, kSource, writer, kCaptureMagic));
+  const uint32_t code = append_string(static_cast<CaptureContext*>(writer), value);
+  return vrel_log_error(kSetStringFailedLine, kSource, code);
+}
+
+constexpr trova_playlist_capture_callbacks kCaptureCallbacks = {_playlist_coll_set_integer_data,
+                                                                _playlist_coll_set_string_data};
+
+// Lets every attribute read the data object. What a single attribute answers is not looked at: one
+// that finds nothing, or fails, must not keep the others from capturing. Caller holds the lock.
+void capture_all(CaptureContext* context, trova_gdo* data) {
+  uint32_t count = 0;
+  static_cast<void>(vrel_hashtable_count(context->collection->attributes, &count));
+  static_cast<void>(g_playlist_handlemanager_interface->handle_add(context));
+  for (uint32_t i = 0; i < count; ++i) {
+    AttributeInfo* info = nullptr;
+    if (playlist_collection_attrinfo_at(context->collection, i, &info) != 0) continue;
+    context->attrinfo = info;
+    static_cast<void>(info->provider->capture(context, data, &kCaptureCallbacks));
+  }
+}
+
+// Deletes every entry of the ident. The vector is left sorted by ident.
+uint32_t delete_entries(vrel_vector2* values, uint32_t ident) {
+  PL_TRY(vrel_vector2_sort(values, playlist_attrdata_compare_ident, 0));
+  for (;;) {
+    uint32_t index = 0;
+    PL_TRY(playlist_attrdata_find_ident(values, ident, &index));
+    PL_TRY(vrel_vector2_deleteindex(values, index));
+  }
+}
+
+}  // namespace
+
+int32_t playlist_attrdata_compare_ident(const void* a, const void* b, uint32_t /*size*/) {
+  const uint32_t ident_a = static_cast<const ValueEntry*>(a)->ident;
+  const uint32_t ident_b = static_cast<const ValueEntry*>(b)->ident;
+  if (ident_a == ident_b) return 0;
+  return ident_a > ident_b ? -1 : 1;
+}
+
+uint32_t playlist_attrdata_find_ident(vrel_vector2* values, uint32_t ident, uint32_t* out_index) {
+  const ValueEntry wanted = {0, 0, ident};
+  return vrel_vector2_find(values, &wanted, out_index);
+}
+
+uint32_t playlist_collection_get_attrinfo(Collection* collection, const char* attribute_name,
+                                          AttributeInfo** out_info) {
+  void* value = nullptr;
+  PL_TRY(vrel_hashtable_value_find(collection->attributes, attribute_name, &value, nullptr));
+  *out_info = static_cast<AttributeInfo*>(value);
+  return 0;
+}
+
+uint32_t playlist_collection_attrinfo_at(Collection* collection, uint32_t index,
+                                         AttributeInfo** out_info) {
+  void* value = nullptr;
+  PL_TRY(vrel_hashtable_value_get(collection->attributes, index, nullptr, &value, nullptr));
+  *out_info = static_cast<AttributeInfo*>(value);
+  return 0;
+}
+
+uint32_t playlist_collection_intern_ident(Collection* collection, const char* ident,
+                                          uint32_t* out_id) {
+  uint32_t id = 0;
+  PL_TRY(vrel_stringtable_add_value(collection->idents, ident, &id));
+  // A removed ident comes back under its old id, whose text was blanked.
+  const char* text = nullptr;
+  PL_TRY(vrel_stringtable_get_value(collection->idents, id, &text));
+  if (*text == '\0')
+    static_cast<void>(vrel_stringtable_restore_value(collection->idents, id, ident));
+  *out_id = id;
+  return 0;
+}
+
+uint32_t playlist_collection_remove_ident(Collection* collection, const char* ident) {
+  uint32_t id = 0;
+  PL_TRY(vrel_stringtable_get_value_ref(collection->idents, ident, &id));
+  PL_TRY(vrel_stringtable_remove_value(collection->idents, id));
+
+  uint32_t code = 0;
+  AttributeInfo* info = nullptr;
+  for (uint32_t i = 0; playlist_collection_attrinfo_at(collection, i, &info) == 0; ++i) {
+    const uint32_t deleted = delete_entries(info->values, id);
+    // "No more entries" is how each attribute ends.
+    code = playlist_not_found(deleted) ? 0 : deleted;
+    if (code != 0) break;
+  }
+  return VREL_LOG_HERE(code);
+}
+
+uint32_t trova_playlist_collection_ident_add(trova_playlist_collection* collection,
+                                             const char* ident, trova_gdo* data) {
+  PL_REQUIRE_INITIALIZED();
+  PL_REQUIRE_ARG(!vrel_string_isempty(ident));
+  PL_REQUIRE(playlist_check_handle(kAddCollectionLine, kSource, collection, kCollectionMagic));
+  PL_REQUIRE(playlist_check_object(kAddDataLine, kSource, data));
+
+  CaptureContext context = {kCaptureMagic, collection, nullptr, ident};
+  {
+    CollectionLock lock(collection);
+    capture_all(&context, data);
+  }
+  PL_RETURN(g_playlist_handlemanager_interface->handle_remove(&context));
+}
+
+uint32_t trova_playlist_collection_ident_exists(trova_playlist_collection* collection,
+                                                const char* ident, uint8_t* out_exists) {
+  PL_REQUIRE_INITIALIZED();
+  PL_REQUIRE_ARG(out_exists != nullptr && !vrel_string_isempty(ident));
+  PL_REQUIRE(playlist_check_handle(kExistsCollectionLine, kSource, collection, kCollectionMagic));
+  CollectionLock lock(collection);
+  uint32_t id = 0;
+  *out_exists = vrel_stringtable_get_value_ref(collection->idents, ident, &id) == 0 ? 1 : 0;
+  return 0;
+}
+
+uint32_t trova_playlist_collection_ident_count(trova_playlist_collection* collection,
+                                               uint32_t* out_count) {
+  PL_REQUIRE_INITIALIZED();
+  PL_REQUIRE_ARG(out_count != nullptr);
+  PL_REQUIRE_COLLECTION(collection);
+  CollectionLock lock(collection);
+  const uint32_t code = vrel_stringtable_count(collection->idents, out_count);
+  lock.leave();
+  PL_RETURN(code);
+}
+
+uint32_t trova_playlist_collection_ident_enum(trova_playlist_collection* collection, uint32_t index,
+                                              const char** out_ident) {
+  PL_REQUIRE_INITIALIZED();
+  PL_REQUIRE_ARG(out_ident != nullptr);
+  PL_REQUIRE_COLLECTION(collection);
+  CollectionLock lock(collection);
+  uint32_t id = 0;
+  const uint32_t code = vrel_stringtable_enum(collection->idents, index, &id, out_ident);
+  lock.leave();
+  PL_RETURN(code);
+}
+
+uint32_t trova_playlist_collection_ident_remove(trova_playlist_collection* collection,
+                                                const char* ident) {
+  PL_REQUIRE_INITIALIZED();
+  PL_REQUIRE_ARG(!vrel_string_isempty(ident));
+  PL_REQUIRE_COLLECTION(collection);
+  CollectionLock lock(collection);
+  const uint32_t code = playlist_collection_remove_ident(collection, ident);
+  lock.leave();
+  PL_RETURN(code);
+}

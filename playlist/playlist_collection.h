@@ -1,0 +1,111 @@
+// playlist_collection: idents with the values that each attribute captured for them.
+#ifndef PLAYLIST_COLLECTION_H
+#define PLAYLIST_COLLECTION_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "playlist_attributes.h"
+#include "trova_playlist.h"
+#include "vrel_hashtable.h"
+#include "vrel_stringtable.h"
+#include "vrel_thread.h"
+#include "vrel_vector2.h"
+
+// Value kinds.
+constexpr uint32_t kValueInteger = 0;
+constexpr uint32_t kValueString = 1;
+
+// One captured value of one ident.
+struct ValueEntry {
+  uint32_t kind;   // kValueInteger or kValueString
+  uint32_t value;  // the integer, or the id of the string in the collection's `values`
+  uint32_t ident;  // id of the ident in the collection's `idents`
+};
+static_assert(sizeof(ValueEntry) == 12, "value entries are twelve bytes everywhere");
+
+// One attribute of a collection.
+struct AttributeInfo {
+  const AttributeProvider* provider;  // borrowed from the registry
+  vrel_vector2* values;               // of ValueEntry, in the order of capture until first sorted
+};
+
+// Every field is guarded by `lock`; the reference count too.
+struct trova_playlist_collection {
+  uint32_t magic;  // kCollectionMagic
+  vrel_critsec* lock;
+  uint32_t refcount;
+  vrel_hashtable* attributes;  // name to AttributeInfo*, owned
+  vrel_stringtable* idents;
+  vrel_stringtable* values;    // the string values of all attributes
+  void* load_buffer;           // what a stream reader left here; null for most collections
+  char* name;                  // owned
+  char* stored_name;           // name in the store, owned; null until stored or loaded
+  vrel_stringtable* sync_new;  // reported idents that are not held; null while not reporting
+  vrel_vector2* sync_present;  // ids of reported idents that are held; null while not reporting
+};
+using Collection = trova_playlist_collection;
+
+static_assert(sizeof(void*) != 4 || sizeof(Collection) == 44, "the record of 32-bit targets");
+static_assert(offsetof(Collection, magic) == 0, "the handle manager reads the first word");
+
+// Holds a collection's lock; a collection without one is used unlocked.
+class CollectionLock {
+ public:
+  explicit CollectionLock(Collection* collection) : lock_(collection->lock) {
+    if (lock_ != nullptr) static_cast<void>(vrel_thread_critsec_enter(lock_));
+  }
+  ~CollectionLock() { leave(); }
+  CollectionLock(const CollectionLock&) = delete;
+  CollectionLock& operator=(const CollectionLock&) = delete;
+
+  void leave() {
+    if (lock_ != nullptr) static_cast<void>(vrel_thread_critsec_leave(lock_));
+    lock_ = nullptr;
+  }
+
+ private:
+  vrel_critsec* lock_;
+};
+
+// An empty, nameless collection without attributes, of one reference.
+uint32_t playlist_collection_create(Collection** out_collection);
+
+// Frees everything at once, whatever the reference count. Null is accepted.
+void playlist_collection_delete(Collection* collection);
+
+// Counts references. The release that reaches zero deletes, without asking the handle manager.
+uint32_t playlist_collection_addref(Collection* collection);
+uint32_t playlist_collection_release(Collection* collection);
+
+// Adds an empty attribute. The name is copied; an attribute of that name is replaced.
+uint32_t playlist_collection_add_attribute(Collection* collection,
+                                           const AttributeProvider* provider);
+
+// The functions below expect the caller to hold collection->lock.
+
+// Looks an attribute up by name, letter case ignored.
+uint32_t playlist_collection_get_attrinfo(Collection* collection, const char* attribute_name,
+                                          AttributeInfo** out_info);
+
+// The attribute at an index of the collection's enumeration.
+uint32_t playlist_collection_attrinfo_at(Collection* collection, uint32_t index,
+                                         AttributeInfo** out_info);
+
+// Blanks an ident and deletes all its value entries.
+uint32_t playlist_collection_remove_ident(Collection* collection, const char* ident);
+
+// Interns an ident, and gives a removed one its text back.
+uint32_t playlist_collection_intern_ident(Collection* collection, const char* ident,
+                                          uint32_t* out_id);
+
+// Orders value entries by ident, the larger id first.
+int32_t playlist_attrdata_compare_ident(const void* a, const void* b, uint32_t size);
+
+// Finds the first entry of an ident in a vector that is sorted by playlist_attrdata_compare_ident.
+uint32_t playlist_attrdata_find_ident(vrel_vector2* values, uint32_t ident, uint32_t* out_index);
+
+// Deletes an AttributeInfo; the release operation of a collection's `attributes`.
+void _playlist_attrinfo_delete(void* info, uint32_t size);
+
+#endif  // PLAYLIST_COLLECTION_H
