@@ -123,8 +123,8 @@ uint32_t vrel_thread_cancel(vrel_thread* thread);
 
 uint32_t vrel_thread_sleep(uint32_t milliseconds);
 
-// A number that no other running thread has.
-uintptr_t vrel_thread_get_id();
+// The calling thread's number: given when first asked for, counted from 1, never given twice.
+uint32_t vrel_thread_get_id(uint32_t* out_id);
 
 // Names the calling thread, for itself and for the system's tools; 15 bytes are kept.
 uint32_t vrel_thread_set_name(const char* name);
