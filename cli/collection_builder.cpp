@@ -1,0 +1,103 @@
+// CollectionBuilder: tracks become data objects.
+#include "collection_builder.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <string>
+
+namespace trova_cli {
+namespace {
+
+constexpr std::size_t kWholeWeight = 100;
+
+void AddText(const DataObject& object, const char* key, const char* text) {
+  if (*text == '\0') return;
+  Check(trova_manager_gdo_add_value(object.get(), key, text), "fill a data object");
+}
+
+void AddNumber(const DataObject& object, const char* key, std::uint32_t number) {
+  if (number == 0) return;
+  Check(trova_manager_gdo_add_number(object.get(), key, number), "fill a data object");
+}
+
+void AddAlbums(const DataObject& object, const TrackView& track) {
+  const char* artist = *track.album_artist == '\0' ? track.artist : track.album_artist;
+  for (const char* title : track.albums) {
+    const DataObject album = MakeDataObject(TROVA_CTX_ALBUM);
+    AddText(album, TROVA_VAL_TITLE, title);
+    AddText(album, TROVA_VAL_ARTIST, artist);
+    Check(trova_manager_gdo_add_child(object.get(), TROVA_CHILD_ALBUM, album.get()),
+          "fill a data object");
+  }
+}
+
+// "id:weight,id:weight": the moods weigh alike, and what 100 leaves over goes to the first. Beyond
+// 100 moods nothing is left to give.
+std::string MoodProfile(std::span<const std::uint32_t> moods) {
+  moods = moods.first(std::min(moods.size(), kWholeWeight));
+  const std::size_t share = kWholeWeight / moods.size();
+  std::string profile;
+  for (std::size_t i = 0; i < moods.size(); ++i) {
+    const std::size_t weight = i > 0 ? share : share + kWholeWeight % moods.size();
+    fmt::format_to(std::back_inserter(profile), "{}{}:{}", i > 0 ? "," : "", moods[i], weight);
+  }
+  return profile;
+}
+
+}  // namespace
+
+DataObject DescribeTrack(const TrackView& track) {
+  DataObject object = MakeDataObject(TROVA_CTX_TRACK);
+  AddText(object, TROVA_VAL_TITLE, track.title);
+  AddText(object, TROVA_VAL_ARTIST, *track.artist == '\0' ? track.album_artist : track.artist);
+  AddAlbums(object, track);
+  AddNumber(object, TROVA_VAL_ERA_ID, track.era);
+  AddNumber(object, TROVA_VAL_ORIGIN_ID, track.origin);
+  AddNumber(object, TROVA_VAL_ARTIST_TYPE_ID, track.artist_type);
+  AddNumber(object, TROVA_VAL_TEMPO, track.bpm);
+  if (!track.genres.empty()) AddNumber(object, TROVA_VAL_GENRE_ID, track.genres.front());
+  if (!track.moods.empty()) {
+    AddNumber(object, TROVA_VAL_MOOD_ID, track.moods.front());
+    AddText(object, TROVA_VAL_MOOD_DATA, MoodProfile(track.moods).c_str());
+  }
+  return object;
+}
+
+void CollectionBuilder::Add(const Track& track) {
+  TrackIds ids = mapper_.Map(track);
+  const std::optional<std::uint32_t> known = tracks_.Find(track.ident);
+  if (known) {
+    ids.genres = tracks_.AddGenres(*known, ids.genres);
+    return AddGenres(track.ident.c_str(), ids.genres);
+  }
+  const TrackView view = tracks_.Get(tracks_.Add(track, ids));
+  AddData(view.ident, DescribeTrack(view));
+  if (view.genres.size() > 1) AddGenres(view.ident, view.genres.subspan(1));
+}
+
+void CollectionBuilder::ReportLeftOut(Console& console) const {
+  std::uint32_t count = 0;
+  Check(trova_playlist_collection_ident_count(collection_, &count), "count the tracks");
+  if (count >= tracks_.size()) return;
+  const std::uint32_t left_out = tracks_.size() - count;
+  console.Warn(fmt::format("{} track{} no genre, year or other value and can be in no playlist",
+                           left_out, left_out == 1 ? " has" : "s have"));
+}
+
+// An attribute reads one genre per data object; the library gathers what it reads under an ident.
+void CollectionBuilder::AddGenres(const char* ident, std::span<const std::uint32_t> genres) {
+  for (const std::uint32_t id : genres) {
+    const DataObject genre = MakeDataObject(TROVA_CTX_TRACK);
+    AddNumber(genre, TROVA_VAL_GENRE_ID, id);
+    AddData(ident, genre);
+  }
+}
+
+void CollectionBuilder::AddData(const char* ident, const DataObject& data) {
+  Check(trova_playlist_collection_ident_add(collection_, ident, data.get()), "add a track");
+}
+
+}  // namespace trova_cli

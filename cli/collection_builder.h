@@ -1,0 +1,43 @@
+// CollectionBuilder: puts tracks into a collection of the playlist library.
+#ifndef TROVA_CLI_COLLECTION_BUILDER_H
+#define TROVA_CLI_COLLECTION_BUILDER_H
+
+#include <cstdint>
+#include <span>
+
+#include "console.h"
+#include "handles.h"
+#include "name_mapper.h"
+#include "track_store.h"
+
+namespace trova_cli {
+
+// The data object that describes a track. Of several genres it carries the first.
+DataObject DescribeTrack(const TrackView& track);
+
+class CollectionBuilder {
+ public:
+  // The three outlive the builder.
+  CollectionBuilder(trova_playlist_collection* collection, NameMapper& mapper, TrackStore& tracks)
+      : collection_(collection), mapper_(mapper), tracks_(tracks) {}
+
+  // A track whose ident came before adds its genres to the first; nothing else of it is taken.
+  // Throws CommandError when the library or the manager fails.
+  void Add(const Track& track);
+
+  // Says how many tracks the collection left out, because they carry nothing that an attribute
+  // reads.
+  void ReportLeftOut(Console& console) const;
+
+ private:
+  void AddGenres(const char* ident, std::span<const std::uint32_t> genres);
+  void AddData(const char* ident, const DataObject& data);
+
+  trova_playlist_collection* collection_;
+  NameMapper& mapper_;
+  TrackStore& tracks_;
+};
+
+}  // namespace trova_cli
+
+#endif

@@ -1,0 +1,42 @@
+// Handles: how they come to be, and what a failure code reads like.
+#include "handles.h"
+
+#include <fmt/format.h>
+
+#include "error.h"
+
+namespace trova_cli {
+
+void Check(std::uint32_t code, std::string_view what) {
+  if (!TROVA_PLAYLIST_FAILED(code)) return;
+  throw CommandError(
+      fmt::format("cannot {}: {} (0x{:08x})", what, trova_manager_error_text(code), code));
+}
+
+Collection MakeCollection() {
+  trova_playlist_collection* collection = nullptr;
+  Check(trova_playlist_collection_create("library", &collection), "create a collection");
+  return Collection(collection);
+}
+
+DataObject MakeDataObject(const char* context) {
+  trova_gdo* object = nullptr;
+  Check(trova_manager_gdo_create(context, &object), "create a data object");
+  return DataObject(object);
+}
+
+Engine::Engine() {
+  ManagerHandle* manager = nullptr;
+  Check(trova_manager_start(nullptr, &manager), "start the manager");
+  const std::uint32_t code = trova_playlist_initialize(manager);
+  if (!TROVA_PLAYLIST_FAILED(code)) return;
+  static_cast<void>(trova_manager_stop());
+  Check(code, "start the playlist library");
+}
+
+Engine::~Engine() {
+  static_cast<void>(trova_playlist_shutdown());
+  static_cast<void>(trova_manager_stop());
+}
+
+}  // namespace trova_cli
