@@ -2,6 +2,7 @@
 #include "playlist_impl_attr_list.h"
 
 #include "playlist_error.h"
+#include "playlist_gdo_read.h"
 #include "playlist_list_service.h"
 #include "playlist_services.h"
 #include "vrel_memory.h"
@@ -11,9 +12,6 @@
 namespace {
 
 constexpr uint32_t kContextMagic = 0xaabbccddu;
-
-const char kAlbumContext[] = "trova_ctx_album";
-const char kMatchedTrack[] = "trova_ctx_track!matching";
 
 // Years, both inclusive. {0, 0} is the range of what the list does not know.
 struct Range {
@@ -54,10 +52,9 @@ void capture_own(const ListAttribute& attribute, void* writer, trova_gdo* object
 // An album speaks for its matched track first.
 void capture_matched_track(const ListAttribute& attribute, void* writer, trova_gdo* album,
                            const trova_playlist_capture_callbacks* callbacks) {
-  trova_gdo* track = nullptr;
-  if (g_playlist_gdo_interface->gdo_get_child(album, kMatchedTrack, 1, 0, &track) != 0) return;
-  capture_own(attribute, writer, track, callbacks);
-  static_cast<void>(g_playlist_gdo_interface->gdo_release(track));
+  GdoOwner track;
+  if (playlist_gdo_get_matched_track(album, track.out()) != 0) return;
+  capture_own(attribute, writer, track.get(), callbacks);
 }
 
 // ---------------------------------------------------------------------------- Preparation

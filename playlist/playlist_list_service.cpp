@@ -1,4 +1,4 @@
-// playlist_list_service: what attributes ask of the manager's lists and data objects.
+// playlist_list_service: what attributes ask of the manager's lists.
 #include "playlist_list_service.h"
 
 #include "playlist_attributes.h"
@@ -100,19 +100,6 @@ uint32_t playlist_list_display(const char* type, trova_locale* locale, uint32_t 
   ListOwner list;
   PL_TRY(load_list(type, texts, list.out()));
   return copy_display(list.get(), id, level, out_text);
-}
-
-uint32_t playlist_gdo_get_number(trova_gdo* object, const char* key, uint32_t* out_number) {
-  const char* text = nullptr;
-  PL_TRY(g_playlist_gdo_interface->gdo_get_value(object, key, 1, &text));
-  *out_number = vrel_string_atou32(text);
-  return 0;
-}
-
-bool playlist_gdo_is(trova_gdo* object, const char* context) {
-  const char* name = nullptr;
-  if (g_playlist_gdo_interface->gdo_get_context(object, &name) != 0) return false;
-  return vrel_string_equal(name, context, 0);
 }
 
 uint32_t playlist_keep_text(vrel_vector** texts, char* text, const char** out_text) {

@@ -1,4 +1,4 @@
-// playlist_list_service: what attributes ask of the manager's lists and data objects.
+// playlist_list_service: what attributes ask of the manager's lists.
 #ifndef PLAYLIST_LIST_SERVICE_H
 #define PLAYLIST_LIST_SERVICE_H
 
@@ -31,12 +31,6 @@ uint32_t playlist_list_locate(trova_list* list, uint32_t id, uint32_t* out_level
 // PLERR_ListUnavailable when the locale cannot tell its language.
 uint32_t playlist_list_display(const char* type, trova_locale* locale, uint32_t id, uint32_t level,
                                char** out_text);
-
-// Reads a value of a data object as an unsigned decimal number.
-uint32_t playlist_gdo_get_number(trova_gdo* object, const char* key, uint32_t* out_number);
-
-// True when the object's context has that name.
-bool playlist_gdo_is(trova_gdo* object, const char* context);
 
 // Texts that a context handed out and owns until it is deleted. `texts` is made on first use.
 // Takes `text` over, also on failure.
