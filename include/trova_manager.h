@@ -31,6 +31,7 @@ extern "C" {
 /* TROVA_MANAGER_NOT_FOUND (0x10100003), a warning, is defined in trova_manager_services.h. */
 #define TROVA_MANAGER_INVALID_ARG UINT32_C(0x90100001)
 #define TROVA_MANAGER_NO_MEMORY UINT32_C(0x90100002)
+#define TROVA_MANAGER_NO_SERVICE UINT32_C(0x90100003) /* query_interface: no such name */
 #define TROVA_MANAGER_NOT_RUNNING UINT32_C(0x90100007)
 #define TROVA_MANAGER_INTERNAL UINT32_C(0x9010000f)    /* something that must not happen */
 #define TROVA_MANAGER_BAD_HANDLE UINT32_C(0x90100321)  /* stale, foreign or of another kind */
