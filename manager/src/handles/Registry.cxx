@@ -211,6 +211,13 @@ struct Range {
   }
 };
 
+bool holds_foreign(Word region, const Range& range) noexcept {
+  Shard& shard = shard_of(region);
+  const std::lock_guard hold(shard.lock);
+  const auto is_held = [&](const Word& word) { return range.holds_foreign(word); };
+  return shard.table.visit_region(region, is_held) != nullptr;
+}
+
 void mark_dead(Word region, const Range& range) noexcept {
   Shard& shard = shard_of(region);
   const std::lock_guard hold(shard.lock);
@@ -319,10 +326,11 @@ void block_allocated(const void* block, size_t size) noexcept {
   for_each_foreign_region(block, size, [&](Word region) { forget(region, range); });
 }
 
-bool may_hold_foreign(const void* block, size_t size) noexcept {
-  bool may = false;
-  for_each_foreign_region(block, size, [&](Word) { may = true; });
-  return may;
+bool block_holds_foreign(const void* block, size_t size) noexcept {
+  const Range range = {address_of(block), size};
+  bool holds = false;
+  for_each_foreign_region(block, size, [&](Word region) { holds |= holds_foreign(region, range); });
+  return holds;
 }
 
 }  // namespace trova::handles

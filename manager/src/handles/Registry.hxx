@@ -45,7 +45,7 @@ uint32_t remove_foreign(const void* object) noexcept;
 // @return 0; TROVA_MANAGER_INVALID_ARG for null; TROVA_MANAGER_BAD_HANDLE
 uint32_t validate_foreign(const void* handle, uint32_t magic) noexcept;
 
-// ---- What the allocator tells. Both cost a few nanoseconds where no foreign object was.
+// ---- What the allocator tells. This costs a few nanoseconds where no foreign object was.
 
 // Before a block is given back to the system: foreign objects in it are dead from now on.
 void block_freed(const void* block, size_t size) noexcept;
@@ -53,8 +53,8 @@ void block_freed(const void* block, size_t size) noexcept;
 // After a block came from the system: what is in it is new.
 void block_allocated(const void* block, size_t size) noexcept;
 
-// @return true when foreign objects, live or dead, may be in the block
-bool may_hold_foreign(const void* block, size_t size) noexcept;
+// @return true when foreign objects, live or dead, are in the block
+bool block_holds_foreign(const void* block, size_t size) noexcept;
 
 }  // namespace trova::handles
 

@@ -42,7 +42,7 @@ struct Sink {
 };
 
 struct Tag {
-  char text[24];
+  char text[24] = {};
 };
 
 constinit std::mutex g_lock;  // guards what follows, and keeps lines of a descriptor whole

@@ -136,7 +136,8 @@ void* reallocate_by_copy(void* block, size_t old_size, size_t size) {
 void* reallocate(void* block, size_t size) {
   Header* const header = header_of(block);
   const size_t old_size = header->size;
-  if (handles::may_hold_foreign(block, old_size)) return reallocate_by_copy(block, old_size, size);
+  if (handles::block_holds_foreign(block, old_size))
+    return reallocate_by_copy(block, old_size, size);
   const size_t growth = size > old_size ? size - old_size : 0;
   if (size > kLargestBlock || (growth != 0 && !charge(growth))) return refuse();
   Header* const moved = static_cast<Header*>(std::realloc(header, sizeof(Header) + size));

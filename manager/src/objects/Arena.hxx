@@ -21,9 +21,9 @@ class Arena {
     Chunk* next;
   };
   static constexpr size_t kAlignment = alignof(Chunk);
-  // Room for the five or six values of a usual track.
-  static constexpr size_t kInlineSize = 160;
-  static constexpr size_t kFirstChunk = 256;
+  // Room for the eight or so values of a usual track, in the same block as its object.
+  static constexpr size_t kInlineSize = 192;
+  static constexpr size_t kFirstChunk = 128;
   static constexpr size_t kLargestChunk = 4096;
 
   void* allocate_chunk(size_t size);
