@@ -7,7 +7,8 @@
 //
 // Errors with bit 31 are logged as "vrel_vector2". Unless a function says otherwise: null
 // arguments give kVrelInvalidArg, `out` parameters are written on success only, and a failed call
-// leaves the vector as it was.
+// leaves the vector as it was. Values to be added must not lie in the vector itself: it may move
+// while it grows.
 //
 // Operations that only read (find, getindex, span, count) may run at the same time on several
 // threads. All others need the caller's lock, or the flag kVrelThreadSafe.

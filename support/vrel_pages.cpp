@@ -1,0 +1,267 @@
+// vrel_pages: a sequence of elements in pages, for vectors too long to move their tail.
+#include "vrel_pages.h"
+
+#include <string.h>
+
+#include "vrel_memory.h"
+
+// A page must be able to give away a half and keep one.
+static constexpr uint32_t kLeastPerPage = 2;
+static constexpr uint32_t kFirstRoom = 16;
+
+struct Page {
+  char* data;
+  uint32_t count;  // 1 to per_page
+};
+
+// `tree` is a Fenwick tree over the counts of the pages: for i from 1 on, tree[i] is the sum of the
+// counts of the (i & -i) pages that end with page i - 1.
+struct vrel_pages {
+  uint32_t element_size;
+  uint32_t per_page;  // the most elements that a page holds
+  uint32_t page_count;
+  uint32_t room;  // pages for which `list` has room, and `tree` for one more
+  Page* list;
+  uint32_t* tree;
+};
+
+// An element's place. An offset equal to the page's count is the place behind its last element.
+struct Place {
+  uint32_t page;
+  uint32_t offset;
+};
+
+static char* _vrel_pages_address(const vrel_pages* pages, Place place) {
+  return pages->list[place.page].data + size_t{place.offset} * pages->element_size;
+}
+
+static size_t _vrel_pages_bytes(const vrel_pages* pages, uint32_t count) {
+  return size_t{count} * pages->element_size;
+}
+
+// ---- The tree ----
+
+static void _vrel_pages_tree_add(vrel_pages* pages, uint32_t page, uint32_t change) {
+  for (uint32_t i = page + 1; i <= pages->page_count; i += i & (0u - i)) pages->tree[i] += change;
+}
+
+// After pages came, went or changed places.
+static void _vrel_pages_tree_build(vrel_pages* pages) {
+  const uint32_t count = pages->page_count;
+  for (uint32_t i = 1; i <= count; ++i) pages->tree[i] = pages->list[i - 1].count;
+  for (uint32_t i = 1; i <= count; ++i) {
+    const uint32_t parent = i + (i & (0u - i));
+    if (parent <= count) pages->tree[parent] += pages->tree[i];
+  }
+}
+
+// The place of element `index`; for the count, the one behind the last element. There must be a
+// page.
+static Place _vrel_pages_locate(const vrel_pages* pages, uint32_t index) {
+  uint32_t passed = 0;  // pages that lie in front of the element
+  for (uint32_t bit = 0x80000000u >> __builtin_clz(pages->page_count); bit != 0; bit /= 2) {
+    const uint32_t next = passed + bit;
+    if (next > pages->page_count || pages->tree[next] > index) continue;
+    passed = next;
+    index -= pages->tree[next];
+  }
+  if (passed < pages->page_count) return {passed, index};
+  return {passed - 1, pages->list[passed - 1].count};
+}
+
+// ---- The list of pages ----
+
+static bool _vrel_pages_reserve(vrel_pages* pages, uint32_t room) {
+  if (room <= pages->room) return true;
+  void* list = vrel_memory_realloc(pages->list, room * sizeof(Page));
+  if (list == nullptr) return false;
+  pages->list = static_cast<Page*>(list);
+  void* tree = vrel_memory_realloc(pages->tree, (size_t{room} + 1) * sizeof(uint32_t));
+  if (tree == nullptr) return false;
+  pages->tree = static_cast<uint32_t*>(tree);
+  pages->room = room;
+  return true;
+}
+
+// Makes page number `at`, without elements: the caller fills it and then builds the tree.
+static bool _vrel_pages_open(vrel_pages* pages, uint32_t at) {
+  if (pages->page_count == pages->room) {
+    const uint32_t room = pages->room == 0 ? kFirstRoom : pages->room + pages->room / 2;
+    if (!_vrel_pages_reserve(pages, room)) return false;
+  }
+  void* data = vrel_memory_alloc(_vrel_pages_bytes(pages, pages->per_page));
+  if (data == nullptr) return false;
+  Page* page = pages->list + at;
+  memmove(page + 1, page, (pages->page_count - at) * sizeof(Page));
+  *page = {static_cast<char*>(data), 0};
+  ++pages->page_count;
+  return true;
+}
+
+// Frees the empty ones of the pages [first, last).
+static void _vrel_pages_drop_empty(vrel_pages* pages, uint32_t first, uint32_t last) {
+  uint32_t kept = first;
+  for (uint32_t i = first; i < last; ++i) {
+    if (pages->list[i].count == 0) {
+      vrel_memory_free(pages->list[i].data);
+    } else {
+      pages->list[kept++] = pages->list[i];
+    }
+  }
+  memmove(pages->list + kept, pages->list + last, (pages->page_count - last) * sizeof(Page));
+  pages->page_count -= last - kept;
+}
+
+// ---- Create and delete ----
+
+static bool _vrel_pages_fill(vrel_pages* pages, const char* from, uint32_t count) {
+  if (!_vrel_pages_reserve(pages, count / pages->per_page + kFirstRoom)) return false;
+  while (count > 0) {
+    const uint32_t take = count < pages->per_page ? count : pages->per_page;
+    if (!_vrel_pages_open(pages, pages->page_count)) return false;
+    Page& page = pages->list[pages->page_count - 1];
+    memcpy(page.data, from, _vrel_pages_bytes(pages, take));
+    page.count = take;
+    from += _vrel_pages_bytes(pages, take);
+    count -= take;
+  }
+  _vrel_pages_tree_build(pages);
+  return true;
+}
+
+vrel_pages* vrel_pages_create(const void* elements, uint32_t count, uint32_t element_size,
+                              uint32_t page_bytes) {
+  auto* pages = static_cast<vrel_pages*>(vrel_memory_calloc(1, sizeof(vrel_pages)));
+  if (pages == nullptr) return nullptr;
+  const uint32_t per_page = page_bytes / element_size;
+  pages->element_size = element_size;
+  pages->per_page = per_page < kLeastPerPage ? kLeastPerPage : per_page;
+  if (_vrel_pages_fill(pages, static_cast<const char*>(elements), count)) return pages;
+  vrel_pages_delete(pages);
+  return nullptr;
+}
+
+void vrel_pages_delete(vrel_pages* pages) {
+  if (pages == nullptr) return;
+  for (uint32_t i = 0; i < pages->page_count; ++i) vrel_memory_free(pages->list[i].data);
+  vrel_memory_free(pages->list);
+  vrel_memory_free(pages->tree);
+  vrel_memory_free(pages);
+}
+
+// ---- Add, find, remove ----
+
+// Splits the full page of the place in half, or, at either end of the page, opens a page beside it,
+// and moves the place along.
+static bool _vrel_pages_make_room(vrel_pages* pages, Place* place) {
+  const bool in_front = place->offset == 0;
+  const uint32_t fresh = in_front ? place->page : place->page + 1;
+  if (!_vrel_pages_open(pages, fresh)) return false;
+  if (in_front) return true;
+  Page& full = pages->list[place->page];
+  if (place->offset == full.count) {
+    *place = {fresh, 0};
+    return true;
+  }
+  const uint32_t half = full.count / 2;
+  Page& upper = pages->list[fresh];
+  upper.count = full.count - half;
+  full.count = half;
+  memcpy(upper.data, full.data + _vrel_pages_bytes(pages, half),
+         _vrel_pages_bytes(pages, upper.count));
+  if (place->offset > half) *place = {fresh, place->offset - half};
+  return true;
+}
+
+static void _vrel_pages_put(vrel_pages* pages, Place place, const void* element) {
+  char* to = _vrel_pages_address(pages, place);
+  Page& page = pages->list[place.page];
+  memmove(to + pages->element_size, to, _vrel_pages_bytes(pages, page.count - place.offset));
+  memcpy(to, element, pages->element_size);
+  ++page.count;
+}
+
+// Where to insert: between two pages, the end of the first is as good as the front of the second,
+// and better when it has room.
+static Place _vrel_pages_insert_place(const vrel_pages* pages, uint32_t index) {
+  const Place place = _vrel_pages_locate(pages, index);
+  if (place.offset > 0 || place.page == 0) return place;
+  const uint32_t before = pages->list[place.page - 1].count;
+  return before < pages->per_page ? Place{place.page - 1, before} : place;
+}
+
+bool vrel_pages_insert(vrel_pages* pages, uint32_t index, const void* element) {
+  Place place = {0, 0};
+  if (pages->page_count > 0) place = _vrel_pages_insert_place(pages, index);
+  if (pages->page_count > 0 && pages->list[place.page].count < pages->per_page) {
+    _vrel_pages_put(pages, place, element);
+    _vrel_pages_tree_add(pages, place.page, 1);
+    return true;
+  }
+  if (!_vrel_pages_make_room(pages, &place)) return false;
+  _vrel_pages_put(pages, place, element);
+  _vrel_pages_tree_build(pages);
+  return true;
+}
+
+void* vrel_pages_span(const vrel_pages* pages, uint32_t index, uint32_t* out_count) {
+  const Place place = _vrel_pages_locate(pages, index);
+  *out_count = pages->list[place.page].count - place.offset;
+  return _vrel_pages_address(pages, place);
+}
+
+// Takes up to `count` elements out of one page; returns how many.
+static uint32_t _vrel_pages_cut(vrel_pages* pages, Place place, uint32_t count) {
+  Page& page = pages->list[place.page];
+  const uint32_t left = page.count - place.offset;
+  const uint32_t cut = count < left ? count : left;
+  char* to = _vrel_pages_address(pages, place);
+  memmove(to, to + _vrel_pages_bytes(pages, cut), _vrel_pages_bytes(pages, left - cut));
+  page.count -= cut;
+  return cut;
+}
+
+// Empties a page into the one before it when both together would leave a page half empty. So
+// pages are not left almost empty by removals, nor filled to the next split by a merge. The tree
+// is not kept up.
+static void _vrel_pages_merge_down(vrel_pages* pages, uint32_t page) {
+  if (page == 0 || page >= pages->page_count) return;
+  Page& left = pages->list[page - 1];
+  Page& right = pages->list[page];
+  if (left.count + right.count > pages->per_page / 2) return;
+  memcpy(left.data + _vrel_pages_bytes(pages, left.count), right.data,
+         _vrel_pages_bytes(pages, right.count));
+  left.count += right.count;
+  right.count = 0;
+}
+
+void vrel_pages_erase(vrel_pages* pages, uint32_t index, uint32_t count) {
+  if (count == 0) return;
+  const Place first = _vrel_pages_locate(pages, index);
+  const uint32_t cut = _vrel_pages_cut(pages, first, count);
+  uint32_t end = first.page + 1;
+  for (uint32_t left = count - cut; left > 0; ++end) {
+    left -= _vrel_pages_cut(pages, {end, 0}, left);
+  }
+  _vrel_pages_merge_down(pages, end);
+  _vrel_pages_merge_down(pages, first.page);
+  const uint32_t pages_before = pages->page_count;
+  const uint32_t reach = end < pages_before ? end + 1 : end;
+  _vrel_pages_drop_empty(pages, first.page, reach);
+  if (end == first.page + 1 && pages->page_count == pages_before) {
+    _vrel_pages_tree_add(pages, first.page, 0u - cut);
+  } else {
+    _vrel_pages_tree_build(pages);
+  }
+}
+
+// ---- Bulk ----
+
+void vrel_pages_copy_out(const vrel_pages* pages, void* to) {
+  char* next = static_cast<char*>(to);
+  for (uint32_t i = 0; i < pages->page_count; ++i) {
+    const size_t bytes = _vrel_pages_bytes(pages, pages->list[i].count);
+    memcpy(next, pages->list[i].data, bytes);
+    next += bytes;
+  }
+}

@@ -1,0 +1,40 @@
+// vrel_pages: a sequence of elements in pages, for vectors too long to move their tail.
+//
+// Finding an element by its index takes a logarithmic number of steps in the number of pages;
+// inserting and removing move at most one page's elements besides. No page is empty. Building at
+// either end fills the pages; elsewhere a full page is split in half.
+//
+// Nothing here is logged or locked; that is the owner's part. Reading changes nothing, so any
+// number of threads may read at once.
+#ifndef VREL_PAGES_H
+#define VREL_PAGES_H
+
+#include <cstdint>
+
+struct vrel_pages;
+
+// ---- Create and delete ----
+
+// Copies `count` elements that lie side by side. Null when memory is short.
+vrel_pages* vrel_pages_create(const void* elements, uint32_t count, uint32_t element_size,
+                              uint32_t page_bytes);
+void vrel_pages_delete(vrel_pages* pages);
+
+// ---- Add, find, remove ----
+
+// Puts a copy of the element at `index`, which may be the count. False, and nothing is changed,
+// when memory is short.
+[[nodiscard]] bool vrel_pages_insert(vrel_pages* pages, uint32_t index, const void* element);
+
+// The element at `index`, which must exist, and how many lie side by side from it on.
+void* vrel_pages_span(const vrel_pages* pages, uint32_t index, uint32_t* out_count);
+
+// Removes `count` elements from `index` on, all of which must exist.
+void vrel_pages_erase(vrel_pages* pages, uint32_t index, uint32_t count);
+
+// ---- Bulk ----
+
+// Copies all elements, in order, to where they lie side by side.
+void vrel_pages_copy_out(const vrel_pages* pages, void* to);
+
+#endif  // VREL_PAGES_H

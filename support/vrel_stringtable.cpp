@@ -1,0 +1,607 @@
+// vrel_stringtable: strings interned in one text; an id is a byte offset.
+#include "vrel_stringtable.h"
+
+#include <string.h>
+
+#include <atomic>
+
+#include "vrel_error.h"
+#include "vrel_hash_private.h"
+#include "vrel_memory.h"
+#include "vrel_vector2.h"
+
+static const char kSource[] = "vrel_stringtable";
+
+static constexpr uint32_t kMagic = 0x2abcdef3u;
+
+// Room for new strings is made an eighth of the text at a time, within these limits.
+static constexpr uint32_t kLeastBlock = 256;
+static constexpr uint32_t kLargestBlock = 1024 * 1024;
+static constexpr uint32_t kFirstRoom = 4;
+
+// A run of zero bytes this long in an attached text is what a removed string has left.
+static constexpr uint32_t kLeastHole = 3;
+
+// ---- Records ----
+
+// Opens every allocation that readers without the lock may be looking at: blocks of text and lists
+// of them. All stay until the table goes.
+struct Kept {
+  Kept* next;
+};
+
+// A stretch of the text, in a block of its own. No string reaches over its end.
+struct Chunk {
+  uint32_t start;  // the id of its first byte
+  char* bytes;
+};
+
+// One version of the text, followed by the array of its chunks. The counters only rise and are
+// published last, so who sees a length finds all bytes in front of it. Where two chunks start at
+// the same id, the first of them is empty.
+struct Text {
+  Kept kept;
+  std::atomic<uint32_t> length;
+  std::atomic<uint32_t> chunk_count;
+  uint32_t room;  // in chunks
+
+  Chunk* chunks() { return reinterpret_cast<Chunk*>(this + 1); }
+  const Chunk* chunks() const { return reinterpret_cast<const Chunk*>(this + 1); }
+};
+
+struct IndexEntry {
+  uint32_t hash;
+  uint32_t id;
+};
+static_assert(sizeof(IndexEntry) == 8, "two words");
+
+struct Hole {
+  uint32_t offset;
+  uint32_t length;  // of the string that was removed from there first
+};
+static_assert(sizeof(Hole) == 8, "two words");
+
+struct vrel_stringtable {
+  uint32_t magic;
+  uint32_t reserved;
+  uint32_t flags;
+  uint32_t count;
+  vrel_vector2* index;      // of IndexEntry, sorted by hash
+  std::atomic<Text*> text;  // null while there is none
+  vrel_vector2* holes;      // of Hole, sorted by offset, one for each; null before the first
+  uint32_t last_room;       // bytes free behind the text, in its last chunk
+  Kept* kept;
+};
+
+static uint32_t _vrel_stringtable_check(const vrel_stringtable* table) {
+  if (table == nullptr) return kVrelInvalidArg;
+  return table->magic == kMagic ? 0 : kVrelBadHandle2;
+}
+
+// Opens a public operation: returns what the check of the handle says, if anything.
+#define ENTER(table) \
+  if (const uint32_t bad = _vrel_stringtable_check(table)) return VREL_LOG_HERE(bad)
+
+static bool _vrel_stringtable_no_string(const char* string) {
+  return string == nullptr || *string == '\0';
+}
+
+// ---- Reading the text ----
+
+static uint32_t _vrel_stringtable_text_length(const Text* text) {
+  return text == nullptr ? 0 : text->length.load(std::memory_order_acquire);
+}
+
+// The number of the chunk that holds byte `id`, which must be in front of a length that the caller
+// has seen: the last chunk that does not start behind it.
+static uint32_t _vrel_stringtable_chunk_of(const Text* text, uint32_t id, uint32_t chunk_count) {
+  const Chunk* chunks = text->chunks();
+  uint32_t low = 0;
+  uint32_t high = chunk_count - 1;
+  if (chunks[high].start <= id) return high;
+  while (high - low > 1) {
+    const uint32_t middle = low + (high - low) / 2;
+    (chunks[middle].start <= id ? low : high) = middle;
+  }
+  return low;
+}
+
+static char* _vrel_stringtable_at(const Text* text, uint32_t id) {
+  const uint32_t count = text->chunk_count.load(std::memory_order_acquire);
+  const Chunk& chunk = text->chunks()[_vrel_stringtable_chunk_of(text, id, count)];
+  return chunk.bytes + (id - chunk.start);
+}
+
+// The bytes from `offset` on that lie in one piece, up to the length that the caller has seen.
+static const char* _vrel_stringtable_piece(const Text* text, uint32_t offset, uint32_t length,
+                                           uint32_t* out_size) {
+  const uint32_t count = text->chunk_count.load(std::memory_order_acquire);
+  const uint32_t number = _vrel_stringtable_chunk_of(text, offset, count);
+  const Chunk* chunk = text->chunks() + number;
+  const bool ends_earlier = number + 1 < count && chunk[1].start < length;
+  *out_size = (ends_earlier ? chunk[1].start : length) - offset;
+  return chunk->bytes + (offset - chunk->start);
+}
+
+static void _vrel_stringtable_copy_out(const Text* text, uint32_t offset, uint32_t size, char* to) {
+  const uint32_t end = offset + size;
+  while (offset < end) {
+    uint32_t piece = 0;
+    const char* bytes = _vrel_stringtable_piece(text, offset, end, &piece);
+    memcpy(to, bytes, piece);
+    to += piece;
+    offset += piece;
+  }
+}
+
+// ---- Making room ----
+
+// Memory that stays until the table goes, behind its link. Null when memory is short.
+static Kept* _vrel_stringtable_keep(vrel_stringtable* table, uint64_t size) {
+  const auto bytes = static_cast<size_t>(size);
+  auto* kept = bytes == size ? static_cast<Kept*>(vrel_memory_alloc(bytes)) : nullptr;
+  if (kept == nullptr) return nullptr;
+  kept->next = table->kept;
+  table->kept = kept;
+  return kept;
+}
+
+static char* _vrel_stringtable_block(vrel_stringtable* table, uint32_t capacity) {
+  Kept* kept = _vrel_stringtable_keep(table, sizeof(Kept) + uint64_t{capacity});
+  return kept == nullptr ? nullptr : reinterpret_cast<char*>(kept + 1);
+}
+
+// A version of the text with no chunks yet, which nobody else knows.
+static Text* _vrel_stringtable_text_create(vrel_stringtable* table, uint32_t room) {
+  Kept* kept = _vrel_stringtable_keep(table, sizeof(Text) + uint64_t{room} * sizeof(Chunk));
+  if (kept == nullptr) return nullptr;
+  auto* text = reinterpret_cast<Text*>(kept);
+  text->length.store(0, std::memory_order_relaxed);
+  text->chunk_count.store(0, std::memory_order_relaxed);
+  text->room = room;
+  return text;
+}
+
+static void _vrel_stringtable_add_chunk(Text* text, Chunk chunk) {
+  const uint32_t count = text->chunk_count.load(std::memory_order_relaxed);
+  text->chunks()[count] = chunk;
+  text->chunk_count.store(count + 1, std::memory_order_release);
+}
+
+// The text in force, or its successor if it cannot take a chunk more. Null when memory is short.
+static Text* _vrel_stringtable_text_with_room(vrel_stringtable* table) {
+  Text* old = table->text.load(std::memory_order_relaxed);
+  const uint32_t count = old == nullptr ? 0 : old->chunk_count.load(std::memory_order_relaxed);
+  if (old != nullptr && count < old->room) return old;
+  Text* text = _vrel_stringtable_text_create(table, count == 0 ? kFirstRoom : count * 2);
+  if (text == nullptr || old == nullptr) return text;
+  memcpy(text->chunks(), old->chunks(), count * sizeof(Chunk));
+  text->chunk_count.store(count, std::memory_order_relaxed);
+  text->length.store(old->length.load(std::memory_order_relaxed), std::memory_order_relaxed);
+  return text;
+}
+
+// Opens a chunk at the end of the text with room for `needed` bytes at least.
+static uint32_t _vrel_stringtable_open_chunk(vrel_stringtable* table, uint32_t needed) {
+  Text* text = _vrel_stringtable_text_with_room(table);
+  if (text == nullptr) return kVrelNoMemory;
+  const uint32_t length = text->length.load(std::memory_order_relaxed);
+  uint32_t capacity = length / 8;
+  if (capacity < kLeastBlock) capacity = kLeastBlock;
+  if (capacity > kLargestBlock) capacity = kLargestBlock;
+  if (capacity < needed) capacity = needed;
+  char* block = _vrel_stringtable_block(table, capacity);
+  if (block == nullptr) return kVrelNoMemory;
+  _vrel_stringtable_add_chunk(text, {length, block});
+  table->text.store(text, std::memory_order_release);
+  table->last_room = capacity;
+  return 0;
+}
+
+// ---- The index ----
+
+static int32_t _vrel_stringtable_compare_hash(const void* a, const void* b, uint32_t) {
+  const uint32_t hash_a = static_cast<const IndexEntry*>(a)->hash;
+  const uint32_t hash_b = static_cast<const IndexEntry*>(b)->hash;
+  return (hash_a > hash_b) - (hash_a < hash_b);
+}
+
+// Hashes stand for strings here: nobody compares the strings.
+static uint32_t _vrel_stringtable_find_hash(const vrel_stringtable* table, uint32_t hash,
+                                            uint32_t* out_id) {
+  const IndexEntry wanted = {hash, 0};
+  uint32_t place = 0;
+  uint32_t error = vrel_vector2_find(table->index, &wanted, &place);
+  if (error != 0) return error;
+  void* entry = nullptr;
+  error = vrel_vector2_getindex(table->index, place, &entry);
+  if (error == 0) *out_id = static_cast<const IndexEntry*>(entry)->id;
+  return error;
+}
+
+// ---- Holes ----
+
+static int32_t _vrel_stringtable_compare_offset(const void* a, const void* b, uint32_t) {
+  const uint32_t offset_a = static_cast<const Hole*>(a)->offset;
+  const uint32_t offset_b = static_cast<const Hole*>(b)->offset;
+  return (offset_a > offset_b) - (offset_a < offset_b);
+}
+
+// Records a hole, unless the place has one already: the first one counts.
+static uint32_t _vrel_stringtable_add_hole(vrel_stringtable* table, Hole hole) {
+  if (table->holes == nullptr) {
+    const uint32_t error =
+        vrel_vector2_create(&table->holes, sizeof(Hole), kVrelSorted | kVrelUnique,
+                            _vrel_stringtable_compare_offset, nullptr);
+    if (error != 0) return error;
+  }
+  return vrel_vector2_add(table->holes, &hole, sizeof(hole), nullptr);
+}
+
+// The length of the first hole at the offset, 0 when there is none.
+static uint32_t _vrel_stringtable_hole_length(const vrel_stringtable* table, uint32_t offset) {
+  const Hole wanted = {offset, 0};
+  uint32_t place = 0;
+  void* hole = nullptr;
+  if (table->holes == nullptr) return 0;
+  if (vrel_vector2_find(table->holes, &wanted, &place) != 0) return 0;
+  if (vrel_vector2_getindex(table->holes, place, &hole) != 0) return 0;
+  return static_cast<const Hole*>(hole)->length;
+}
+
+static void _vrel_stringtable_drop_holes(vrel_stringtable* table) {
+  if (table->holes != nullptr) (void)vrel_vector2_delete(table->holes);
+  table->holes = nullptr;
+}
+
+// Changes a byte that a reader without the lock may be looking at.
+static void _vrel_stringtable_set_byte(char* at, char byte) {
+  __atomic_store_n(at, byte, __ATOMIC_RELEASE);
+}
+
+// ---- Create and delete ----
+
+uint32_t vrel_stringtable_create(vrel_stringtable** out, uint32_t flags) {
+  if (vrel_datatypes_initchecks() == 0) return VREL_LOG_HERE(kVrelNotInited);
+  if (out == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
+  auto* table = static_cast<vrel_stringtable*>(vrel_memory_calloc(1, sizeof(vrel_stringtable)));
+  if (table == nullptr) return VREL_LOG_HERE(kVrelNoMemory);
+  const uint32_t error = vrel_vector2_create(&table->index, sizeof(IndexEntry), kVrelSorted,
+                                             _vrel_stringtable_compare_hash, nullptr);
+  if (error != 0) {
+    vrel_memory_free(table);
+    return VREL_LOG_HERE(error);
+  }
+  table->flags = flags;
+  table->magic = kMagic;
+  *out = table;
+  return 0;
+}
+
+uint32_t vrel_stringtable_delete(vrel_stringtable* table) {
+  ENTER(table);
+  _vrel_stringtable_drop_holes(table);
+  (void)vrel_vector2_delete(table->index);
+  Kept* kept = table->kept;
+  while (kept != nullptr) {
+    Kept* const next = kept->next;
+    vrel_memory_free(kept);
+    kept = next;
+  }
+  table->magic = 0;
+  vrel_memory_free(table);
+  return 0;
+}
+
+// ---- Add, find, remove ----
+
+// Writes a string behind the text's end, where no reader looks yet. `*out_length` is the text's
+// length with it.
+static uint32_t _vrel_stringtable_write_behind(vrel_stringtable* table, const char* string,
+                                               uint32_t* out_id, uint32_t* out_length) {
+  const uint32_t length =
+      _vrel_stringtable_text_length(table->text.load(std::memory_order_relaxed));
+  const size_t size = strlen(string) + 1;
+  const uint32_t lead = length == 0 ? 1 : 0;  // the zero byte that opens every text
+  if (size > UINT32_MAX - lead - length) return kVrelNoMemory;
+  const uint32_t needed = static_cast<uint32_t>(size) + lead;
+  if (table->last_room < needed) {
+    const uint32_t error = _vrel_stringtable_open_chunk(table, needed);
+    if (error != 0) return error;
+  }
+  const Text* text = table->text.load(std::memory_order_relaxed);
+  char* to = _vrel_stringtable_at(text, length);
+  if (lead != 0) *to++ = '\0';
+  memcpy(to, string, size);
+  *out_id = length + lead;
+  *out_length = length + needed;
+  return 0;
+}
+
+static uint32_t _vrel_stringtable_intern(vrel_stringtable* table, const char* string, uint32_t hash,
+                                         uint32_t* out_id) {
+  IndexEntry entry = {hash, 0};
+  uint32_t length = 0;
+  uint32_t error = _vrel_stringtable_write_behind(table, string, &entry.id, &length);
+  if (error == 0) error = vrel_vector2_add(table->index, &entry, sizeof(entry), nullptr);
+  if (error != 0) return error;
+  Text* text = table->text.load(std::memory_order_relaxed);
+  table->last_room -= length - text->length.load(std::memory_order_relaxed);
+  text->length.store(length, std::memory_order_release);
+  ++table->count;
+  *out_id = entry.id;
+  return 0;
+}
+
+uint32_t vrel_stringtable_add_value(vrel_stringtable* table, const char* string, uint32_t* out_id) {
+  if (_vrel_stringtable_no_string(string) || out_id == nullptr) {
+    return VREL_LOG_HERE(kVrelInvalidArg);
+  }
+  ENTER(table);
+  const uint32_t hash = _vrel_hash(string);
+  const uint32_t error = _vrel_stringtable_find_hash(table, hash, out_id);
+  if (error != kVrelNotFound) return VREL_LOG_HERE(error);
+  return VREL_LOG_HERE(_vrel_stringtable_intern(table, string, hash, out_id));
+}
+
+uint32_t vrel_stringtable_get_value(const vrel_stringtable* table, uint32_t id,
+                                    const char** out_string) {
+  if (out_string == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
+  ENTER(table);
+  const Text* text = table->text.load(std::memory_order_acquire);
+  const uint32_t length = _vrel_stringtable_text_length(text);
+  if (id > length) return VREL_LOG_HERE(kVrelInvalidId);
+  *out_string = id == length ? "" : _vrel_stringtable_at(text, id);
+  return 0;
+}
+
+uint32_t vrel_stringtable_get_value_ref(const vrel_stringtable* table, const char* string,
+                                        uint32_t* out_id) {
+  if (_vrel_stringtable_no_string(string) || out_id == nullptr) {
+    return VREL_LOG_HERE(kVrelInvalidArg);
+  }
+  ENTER(table);
+  return VREL_LOG_HERE(_vrel_stringtable_find_hash(table, _vrel_hash(string), out_id));
+}
+
+// True where a string can start: behind a zero byte.
+static bool _vrel_stringtable_may_start(const Text* text, uint32_t id, uint32_t length) {
+  return id > 0 && id <= length && *_vrel_stringtable_at(text, id - 1) == '\0';
+}
+
+uint32_t vrel_stringtable_remove_value(vrel_stringtable* table, uint32_t id) {
+  ENTER(table);
+  const Text* text = table->text.load(std::memory_order_relaxed);
+  const uint32_t length = _vrel_stringtable_text_length(text);
+  if (!_vrel_stringtable_may_start(text, id, length)) return VREL_LOG_HERE(kVrelInvalidId);
+  if (id == length) return 0;
+  char* string = _vrel_stringtable_at(text, id);
+  const auto size = static_cast<uint32_t>(strlen(string));
+  if (size == 0) return 0;
+  const uint32_t error = _vrel_stringtable_add_hole(table, {id, size});
+  if (error != 0) return VREL_LOG_HERE(error);
+  for (uint32_t i = 0; i < size; ++i) _vrel_stringtable_set_byte(string + i, '\0');
+  return 0;
+}
+
+uint32_t vrel_stringtable_restore_value(vrel_stringtable* table, uint32_t id, const char* string) {
+  if (_vrel_stringtable_no_string(string)) return VREL_LOG_HERE(kVrelInvalidArg);
+  ENTER(table);
+  const size_t size = strlen(string);
+  if (_vrel_stringtable_hole_length(table, id) != size) return kVrelNotFound;
+  char* to = _vrel_stringtable_at(table->text.load(std::memory_order_relaxed), id);
+  // A hole of an attached text ends right in front of a string: there the terminator is missing.
+  if (to[0] != '\0' || to[size] != '\0') return kVrelNotFound;
+  // The first byte comes last: until then a reader finds the place empty.
+  for (size_t i = size; i > 0; --i) _vrel_stringtable_set_byte(to + i - 1, string[i - 1]);
+  return 0;
+}
+
+uint32_t vrel_stringtable_count(const vrel_stringtable* table, uint32_t* out_count) {
+  if (out_count == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
+  ENTER(table);
+  *out_count = table->count;
+  return 0;
+}
+
+// ---- Bulk ----
+
+// Makes a text of one chunk the table's.
+static void _vrel_stringtable_publish(vrel_stringtable* table, Text* text, char* block,
+                                      uint32_t length, uint32_t capacity) {
+  _vrel_stringtable_add_chunk(text, {0, block});
+  text->length.store(length, std::memory_order_relaxed);
+  table->text.store(text, std::memory_order_release);
+  table->last_room = capacity - length;
+}
+
+// Forgets everything but the text.
+static void _vrel_stringtable_forget(vrel_stringtable* table) {
+  (void)vrel_vector2_clear(table->index);
+  _vrel_stringtable_drop_holes(table);
+  table->count = 0;
+}
+
+uint32_t vrel_stringtable_clear(vrel_stringtable* table) {
+  ENTER(table);
+  _vrel_stringtable_forget(table);
+  table->text.store(nullptr, std::memory_order_release);
+  table->last_room = 0;
+  return 0;
+}
+
+// Goes over a text in one piece and finds its strings and holes.
+struct TextScan {
+  const char* bytes;
+  uint32_t length;
+  uint32_t position;
+};
+
+// The next string (`length` 0 stands for it) or hole; false at the end. The string right behind a
+// run of zero bytes is stepped over: it keeps its id and can be read, but nobody finds it by its
+// text, and adding it again gives it a second id.
+static bool _vrel_stringtable_scan_next(TextScan* scan, Hole* out) {
+  uint32_t at = scan->position;
+  const uint32_t length = scan->length;
+  while (true) {
+    while (at < length && scan->bytes[at] != '\0') ++at;
+    if (length - at < 2) return false;
+    const uint32_t start = at + 1;
+    at = start;
+    while (at < length && scan->bytes[at] == '\0') ++at;
+    if (at == length) return false;
+    scan->position = at;
+    const uint32_t zeros = at - start;
+    *out = {start, zeros};
+    if (zeros == 0 || zeros >= kLeastHole) return true;
+  }
+}
+
+static uint32_t _vrel_stringtable_count_strings(TextScan scan) {
+  uint32_t count = 0;
+  Hole found = {};
+  while (_vrel_stringtable_scan_next(&scan, &found)) count += found.length == 0 ? 1 : 0;
+  return count;
+}
+
+// Enters every string into the index, at its sorted place or at the end, and every hole into the
+// holes. Goes on after a failure; returns the last one.
+static uint32_t _vrel_stringtable_index_text(vrel_stringtable* table, TextScan scan, bool sorted) {
+  uint32_t last_error = 0;
+  Hole found = {};
+  table->count = 0;
+  while (_vrel_stringtable_scan_next(&scan, &found)) {
+    uint32_t error = 0;
+    if (found.length > 0) {
+      error = _vrel_stringtable_add_hole(table, found);
+    } else {
+      const IndexEntry entry = {_vrel_hash(scan.bytes + found.offset), found.offset};
+      error = sorted ? vrel_vector2_add(table->index, &entry, sizeof(entry), nullptr)
+                     : vrel_vector2_append_n(table->index, &entry, 1, sizeof(entry));
+      if (error == 0) ++table->count;
+    }
+    if (error != 0) last_error = error;
+  }
+  return last_error;
+}
+
+static bool _vrel_stringtable_has_equal_hashes(const vrel_stringtable* table) {
+  void* first = nullptr;
+  uint32_t run = 0;
+  const IndexEntry* previous = nullptr;
+  for (uint32_t i = 0; vrel_vector2_span(table->index, i, &first, &run) == 0; i += run) {
+    const auto* entries = static_cast<const IndexEntry*>(first);
+    for (uint32_t k = 0; k < run; ++k) {
+      if (previous != nullptr && previous->hash == entries[k].hash) return true;
+      previous = entries + k;
+    }
+  }
+  return false;
+}
+
+// Sorting once gives the order of sorted insertion, as long as all hashes differ. Where some are
+// equal the order in which they came decides, and they are inserted one by one.
+static uint32_t _vrel_stringtable_build_index(vrel_stringtable* table, TextScan scan) {
+  // Only saves growing: without the memory for it, growing fails in its own place.
+  (void)vrel_vector2_set_min_size(table->index, _vrel_stringtable_count_strings(scan));
+  uint32_t error = _vrel_stringtable_index_text(table, scan, false);
+  const uint32_t sort_error = vrel_vector2_sort(table->index, _vrel_stringtable_compare_hash, 0);
+  if (sort_error != 0) return sort_error;
+  if (_vrel_stringtable_has_equal_hashes(table)) {
+    (void)vrel_vector2_clear(table->index);
+    error = _vrel_stringtable_index_text(table, scan, true);
+  }
+  return error;
+}
+
+uint32_t vrel_stringtable_attach_buffer(vrel_stringtable* table, const void* bytes,
+                                        uint32_t length) {
+  if (bytes == nullptr && length > 0) return VREL_LOG_HERE(kVrelInvalidArg);
+  ENTER(table);
+  if (length == 0) return vrel_stringtable_clear(table);
+  const bool terminated = static_cast<const char*>(bytes)[length - 1] == '\0';
+  if (!terminated && length == UINT32_MAX) return VREL_LOG_HERE(kVrelNoMemory);
+  const uint32_t full_length = terminated ? length : length + 1;
+  Text* text = _vrel_stringtable_text_create(table, kFirstRoom);
+  char* block = text == nullptr ? nullptr : _vrel_stringtable_block(table, full_length);
+  if (block == nullptr) return VREL_LOG_HERE(kVrelNoMemory);
+  memcpy(block, bytes, length);
+  if (!terminated) block[length] = '\0';
+  _vrel_stringtable_forget(table);
+  _vrel_stringtable_publish(table, text, block, full_length, full_length);
+  return VREL_LOG_HERE(_vrel_stringtable_build_index(table, {block, full_length, 0}));
+}
+
+// Copies the text into one chunk, with half as much room again: so a caller that adds and asks for
+// the buffer in turn does not copy, and keep, the same bytes over and over.
+static uint32_t _vrel_stringtable_join(vrel_stringtable* table) {
+  const Text* old = table->text.load(std::memory_order_relaxed);
+  const uint32_t length = _vrel_stringtable_text_length(old);
+  const uint32_t spare = length / 2 < UINT32_MAX - length ? length / 2 : UINT32_MAX - length;
+  Text* text = _vrel_stringtable_text_create(table, kFirstRoom);
+  char* block = text == nullptr ? nullptr : _vrel_stringtable_block(table, length + spare);
+  if (block == nullptr) return kVrelNoMemory;
+  _vrel_stringtable_copy_out(old, 0, length, block);
+  _vrel_stringtable_publish(table, text, block, length, length + spare);
+  return 0;
+}
+
+uint32_t vrel_stringtable_get_buffer(vrel_stringtable* table, const char** out_bytes,
+                                     uint32_t* out_length) {
+  if (out_bytes == nullptr || out_length == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
+  ENTER(table);
+  const Text* text = table->text.load(std::memory_order_relaxed);
+  const uint32_t length = _vrel_stringtable_text_length(text);
+  if (length > 0 && text->chunk_count.load(std::memory_order_relaxed) > 1) {
+    const uint32_t error = _vrel_stringtable_join(table);
+    if (error != 0) return VREL_LOG_HERE(error);
+    text = table->text.load(std::memory_order_relaxed);
+  }
+  *out_bytes = length == 0 ? nullptr : text->chunks()[0].bytes;
+  *out_length = length;
+  return 0;
+}
+
+uint32_t vrel_stringtable_length(const vrel_stringtable* table, uint32_t* out_length) {
+  if (out_length == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
+  ENTER(table);
+  *out_length = _vrel_stringtable_text_length(table->text.load(std::memory_order_acquire));
+  return 0;
+}
+
+uint32_t vrel_stringtable_copy_text(const vrel_stringtable* table, uint32_t offset, void* to,
+                                    uint32_t size) {
+  if (to == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
+  ENTER(table);
+  const Text* text = table->text.load(std::memory_order_acquire);
+  const uint32_t length = _vrel_stringtable_text_length(text);
+  if (offset > length || size > length - offset) return kVrelOutOfRange;
+  _vrel_stringtable_copy_out(text, offset, size, static_cast<char*>(to));
+  return 0;
+}
+
+// ---- Iteration ----
+
+uint32_t vrel_stringtable_enum(const vrel_stringtable* table, uint32_t index, uint32_t* out_id,
+                               const char** out_string) {
+  if (out_id == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
+  ENTER(table);
+  void* entry = nullptr;
+  uint32_t error = vrel_vector2_getindex(table->index, index, &entry);
+  if (error != 0) return VREL_LOG_HERE(error);
+  const uint32_t id = static_cast<const IndexEntry*>(entry)->id;
+  if (out_string != nullptr) error = vrel_stringtable_get_value(table, id, out_string);
+  if (error == 0) *out_id = id;
+  return error;
+}
+
+uint32_t vrel_stringtable_span(const vrel_stringtable* table, uint32_t offset,
+                               const char** out_bytes, uint32_t* out_length) {
+  if (out_bytes == nullptr || out_length == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
+  ENTER(table);
+  const Text* text = table->text.load(std::memory_order_acquire);
+  const uint32_t length = _vrel_stringtable_text_length(text);
+  if (offset >= length) return kVrelOutOfRange;
+  *out_bytes = _vrel_stringtable_piece(text, offset, length, out_length);
+  return 0;
+}
