@@ -60,13 +60,22 @@ static void _vrel_pages_tree_build(vrel_pages* pages) {
 static Place _vrel_pages_locate(const vrel_pages* pages, uint32_t index) {
   uint32_t passed = 0;  // pages that lie in front of the element
   for (uint32_t bit = 0x80000000u >> __builtin_clz(pages->page_count); bit != 0; bit /= 2) {
+    // Every second step is taken and no processor can guess which, so there is no branch here.
     const uint32_t next = passed + bit;
-    if (next > pages->page_count || pages->tree[next] > index) continue;
-    passed = next;
-    index -= pages->tree[next];
+    const uint32_t sum = next <= pages->page_count ? pages->tree[next] : UINT32_MAX;
+    const uint32_t taken = 0u - static_cast<uint32_t>(sum <= index);
+    passed += bit & taken;
+    index -= sum & taken;
   }
   if (passed < pages->page_count) return {passed, index};
   return {passed - 1, pages->list[passed - 1].count};
+}
+
+// How many elements lie in front of the page.
+static uint32_t _vrel_pages_start(const vrel_pages* pages, uint32_t page) {
+  uint32_t sum = 0;
+  for (uint32_t i = page; i > 0; i -= i & (0u - i)) sum += pages->tree[i];
+  return sum;
 }
 
 // ---- The list of pages ----
@@ -208,6 +217,32 @@ void* vrel_pages_span(const vrel_pages* pages, uint32_t index, uint32_t* out_cou
   const Place place = _vrel_pages_locate(pages, index);
   *out_count = pages->list[place.page].count - place.offset;
   return _vrel_pages_address(pages, place);
+}
+
+uint32_t vrel_pages_rank(const vrel_pages* pages, vrel_pages_compare compare, const void* value,
+                         int32_t limit) {
+  const auto is_below = [=](Place place) {
+    return compare(_vrel_pages_address(pages, place), value, pages->element_size) < limit;
+  };
+  // The last page whose first element is below holds the border.
+  uint32_t page = 0;
+  for (uint32_t left = pages->page_count; left > 1;) {
+    const uint32_t half = left / 2;
+    if (is_below({page + half, 0})) page += half;
+    left -= half;
+  }
+  if (pages->page_count == 0) return 0;
+  uint32_t below = 0;
+  for (uint32_t left = pages->list[page].count; left > 0;) {
+    const uint32_t half = left / 2;
+    if (is_below({page, below + half})) {
+      below += half + 1;
+      left -= half + 1;
+    } else {
+      left = half;
+    }
+  }
+  return _vrel_pages_start(pages, page) + below;
 }
 
 // Takes up to `count` elements out of one page; returns how many.

@@ -29,6 +29,14 @@ void vrel_pages_delete(vrel_pages* pages);
 // The element at `index`, which must exist, and how many lie side by side from it on.
 void* vrel_pages_span(const vrel_pages* pages, uint32_t index, uint32_t* out_count);
 
+// Negative, zero or positive as element `a` goes before, beside or after element `b`.
+typedef int32_t (*vrel_pages_compare)(const void* a, const void* b, uint32_t element_size);
+
+// In pages that are sorted by `compare`: how many elements compare below `limit` with the value.
+// That is the index of the first equal element for 0, and of the one behind the last for 1.
+uint32_t vrel_pages_rank(const vrel_pages* pages, vrel_pages_compare compare, const void* value,
+                         int32_t limit);
+
 // Removes `count` elements from `index` on, all of which must exist.
 void vrel_pages_erase(vrel_pages* pages, uint32_t index, uint32_t count);
 

@@ -118,6 +118,40 @@ static bool _vrel_vector2_is_sorted(const vrel_vector2* vector) {
   return (vector->flags & kVrelSorted) != 0;
 }
 
+// The lowest equal element, or where to insert the value.
+static vrel_search _vrel_vector2_search_lowest(const vrel_vector2* vector, const void* value) {
+  const auto order = [=](uint32_t i) {
+    return _vrel_vector2_order(vector, _vrel_vector2_at(vector, i), value);
+  };
+  const bool is_sorted = _vrel_vector2_is_sorted(vector);
+  if (!is_sorted || vector->pages == nullptr || vector->compare == nullptr) {
+    return _vrel_search_lowest(is_sorted, vector->count, order);
+  }
+  // Going from page to page is quicker than finding each element by its index.
+  const uint32_t rank = vrel_pages_rank(vector->pages, vector->compare, value, 0);
+  return {rank < vector->count && order(rank) == 0, rank};
+}
+
+// The equal element that the search of a sorted vector hits, or where to insert the value.
+static vrel_search _vrel_vector2_search_sorted(const vrel_vector2* vector, const void* value) {
+  const auto order = [=](uint32_t i) {
+    return _vrel_vector2_order(vector, _vrel_vector2_at(vector, i), value);
+  };
+  if (vector->pages == nullptr || vector->compare == nullptr) {
+    return _vrel_search_sorted(vector->count, order);
+  }
+  const vrel_search lowest = _vrel_vector2_search_lowest(vector, value);
+  if (!lowest.found) return lowest;
+  // Between the ends of the run of equal elements the search's own steps decide.
+  uint32_t end = lowest.index + 1;
+  if (end < vector->count && order(end) == 0) {
+    end = vrel_pages_rank(vector->pages, vector->compare, value, 1);
+  }
+  return _vrel_search_sorted(vector->count, [=](uint32_t i) {
+    return i < lowest.index ? -1 : static_cast<int32_t>(i >= end);
+  });
+}
+
 // ---- The two forms ----
 
 // Gives the flat vector an array of exactly `capacity` elements, which is not below the count.
@@ -277,14 +311,11 @@ uint32_t vrel_vector2_add(vrel_vector2* vector, const void* value, uint32_t valu
   if (value == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
   ENTER(vector, kVrelBadHandle);
   if (value_size != vector->element_size) return VREL_LOG_HERE(kVrelSizeMismatch);
-  const auto order = [=](uint32_t i) {
-    return _vrel_vector2_order(vector, _vrel_vector2_at(vector, i), value);
-  };
   vrel_search place = {false, vector->count};
   if (_vrel_vector2_is_sorted(vector)) {
-    place = _vrel_search_sorted(vector->count, order);
+    place = _vrel_vector2_search_sorted(vector, value);
   } else if ((vector->flags & kVrelUnique) != 0) {
-    place = _vrel_search_linear(vector->count, order);
+    place = _vrel_vector2_search_lowest(vector, value);
   }
   if (!place.found || (vector->flags & kVrelUnique) == 0) {
     const uint32_t error = _vrel_vector2_place(vector, place.index, value);
@@ -322,11 +353,7 @@ uint32_t vrel_vector2_count(const vrel_vector2* vector, uint32_t* out_count) {
 uint32_t vrel_vector2_find(const vrel_vector2* vector, const void* value, uint32_t* out_index) {
   if (value == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
   ENTER(vector, kVrelBadHandle2);
-  const auto order = [=](uint32_t i) {
-    return _vrel_vector2_order(vector, _vrel_vector2_at(vector, i), value);
-  };
-  const vrel_search hit =
-      _vrel_search_lowest(_vrel_vector2_is_sorted(vector), vector->count, order);
+  const vrel_search hit = _vrel_vector2_search_lowest(vector, value);
   if (!hit.found) return kVrelNotFound;
   if (out_index != nullptr) *out_index = hit.index;
   return 0;
