@@ -8,7 +8,8 @@
  * Every function may be called from any thread and returns 0 or an error code of package 16 (see
  * the codes below); bit 31 marks a failure. Out parameters are written on success only. Text passed
  * in is copied. A stale or foreign handle gives TROVA_MANAGER_BAD_HANDLE, never a crash. Memory of
- * the manager itself counts towards the same limit as the playlist library's.
+ * the manager itself counts towards the same limit as the playlist library's, except the header of
+ * each block and one word per handle.
  */
 #ifndef TROVA_MANAGER_H
 #define TROVA_MANAGER_H

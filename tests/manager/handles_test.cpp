@@ -90,13 +90,13 @@ TEST_F(HandlesTest, AddressThatIsHandedOutAgainIsNew) {
 }
 
 TEST_F(HandlesTest, RandomOperationsAgreeWithASimpleModel) {
-  constexpr size_t kWords = 4096;
+  constexpr size_t kWords = 1 << 16;  // so that the tables grow
   // Of the allocator: what the test took from elsewhere could have been a handle before.
   auto* const memory = static_cast<uint32_t*>(vrel_memory_alloc(kWords * sizeof(uint32_t)));
   std::fill_n(memory, kWords, kMagic);
   std::vector<bool> dead(kWords, false);
   std::mt19937 random(7);
-  for (int step = 0; step < 200'000; ++step) {
+  for (int step = 0; step < 300'000; ++step) {
     const size_t at = random() % kWords;
     if (random() % 2 == 0) {
       table->handle_add(&memory[at]);
@@ -109,17 +109,6 @@ TEST_F(HandlesTest, RandomOperationsAgreeWithASimpleModel) {
     ASSERT_EQ(validate(&memory[asked]), dead[asked] ? TROVA_MANAGER_BAD_HANDLE : 0u) << step;
   }
   vrel_memory_free(memory);
-}
-
-TEST_F(HandlesTest, ThousandsOfHandlesComeAndGo) {
-  std::vector<uint32_t*> objects(30'000);
-  for (uint32_t*& object : objects) table->handle_add(object = make_object());
-  for (size_t i = 0; i < objects.size(); i += 2) table->handle_remove(objects[i]);
-  for (size_t i = 0; i < objects.size(); ++i) {
-    ASSERT_EQ(validate(objects[i]), i % 2 == 0 ? TROVA_MANAGER_BAD_HANDLE : 0u);
-  }
-  for (uint32_t* const object : objects) vrel_memory_free(object);
-  for (uint32_t* const object : objects) ASSERT_EQ(validate(object), TROVA_MANAGER_BAD_HANDLE);
 }
 
 TEST_F(HandlesTest, ThreadsDoNotDisturbEachOther) {

@@ -2,6 +2,7 @@
 #include "errors/ErrorInfo.hxx"
 
 #include <cstring>
+#include <utility>
 
 #include "memory/Allocator.hxx"
 #include "trova_manager.h"
@@ -16,18 +17,20 @@ namespace {
 // nothing behind. Long ones get a block; without memory for it their beginning must do.
 class LastError {
  public:
+  // The text may be the one that is recorded now.
   void set(uint32_t code, const char* text) noexcept {
     code_ = code;
-    long_text_.reset();
     const size_t length = text == nullptr ? 0 : std::strlen(text);
+    Block long_text;
     if (length >= sizeof short_text_) {
-      long_text_.reset(static_cast<char*>(vrel_memory_alloc(length + 1)));
+      long_text.reset(static_cast<char*>(vrel_memory_alloc(length + 1)));
     }
-    if (long_text_ != nullptr) {
-      std::memcpy(long_text_.get(), text, length + 1);
+    if (long_text != nullptr) {
+      std::memcpy(long_text.get(), text, length + 1);
     } else {
       set_short(text, length);
     }
+    long_text_ = std::move(long_text);
   }
 
   uint32_t code() const noexcept { return code_; }
@@ -38,7 +41,7 @@ class LastError {
  private:
   void set_short(const char* text, size_t length) noexcept {
     const size_t kept = utf8_prefix(text, length, sizeof short_text_ - 1);
-    if (kept != 0) std::memcpy(short_text_, text, kept);
+    if (kept != 0) std::memmove(short_text_, text, kept);
     short_text_[kept] = '\0';
   }
 

@@ -33,8 +33,8 @@ struct alignas(64) Usage {
   std::atomic<size_t> bytes = 0;
   std::atomic<size_t> peak = 0;
   std::atomic<size_t> limit = kNoLimit;
-  std::atomic<size_t> blocks = 0;
   std::atomic<uint64_t> allocations = 0;
+  std::atomic<uint64_t> releases = 0;
   std::atomic<uint64_t> failures = 0;
 };
 constinit Usage g_usage;
@@ -103,7 +103,6 @@ void* allocate(size_t size, Acquire acquire) {
     uncharge(size);
     return refuse();
   }
-  g_usage.blocks.fetch_add(1, kRelaxed);
   g_usage.allocations.fetch_add(1, kRelaxed);
   void* const block = seal(header, size);
   handles::block_allocated(block, size);
@@ -118,7 +117,7 @@ void release(void* block) {
   Header* const header = header_of(block);
   const size_t size = header->size;
   handles::block_freed(block, size);
-  g_usage.blocks.fetch_sub(1, kRelaxed);
+  g_usage.releases.fetch_add(1, std::memory_order_release);
   uncharge(size);
   std::free(header);
 }
@@ -151,6 +150,19 @@ void* reallocate(void* block, size_t size) {
   return result;
 }
 
+// The releases are read first: each of them comes after its allocation.
+trova_manager_memory_stats statistics() {
+  const uint64_t releases = g_usage.releases.load(std::memory_order_acquire);
+  const uint64_t allocations = g_usage.allocations.load(kRelaxed);
+  return {
+      .blocks_in_use = static_cast<size_t>(allocations - releases),
+      .bytes_in_use = g_usage.bytes.load(kRelaxed),
+      .peak_bytes = g_usage.peak.load(kRelaxed),
+      .allocations = allocations,
+      .failures = g_usage.failures.load(kRelaxed),
+  };
+}
+
 }  // namespace
 
 void set_limit(size_t limit) noexcept {
@@ -160,8 +172,6 @@ void set_limit(size_t limit) noexcept {
 }  // namespace trova::memory
 
 using namespace trova;
-using trova::memory::g_usage;
-using trova::memory::kRelaxed;
 
 extern "C" {
 
@@ -214,11 +224,7 @@ TROVA_EXPORT void* vrel_memory_memset(void* to, int byte, size_t size) {
 uint32_t trova_manager_memory_stats_get(trova_manager_memory_stats* out_stats) {
   return guard_exported(__func__, [&]() -> uint32_t {
     if (out_stats == nullptr) return TROVA_MANAGER_INVALID_ARG;
-    out_stats->blocks_in_use = g_usage.blocks.load(kRelaxed);
-    out_stats->bytes_in_use = g_usage.bytes.load(kRelaxed);
-    out_stats->peak_bytes = g_usage.peak.load(kRelaxed);
-    out_stats->allocations = g_usage.allocations.load(kRelaxed);
-    out_stats->failures = g_usage.failures.load(kRelaxed);
+    *out_stats = memory::statistics();
     return 0;
   });
 }
