@@ -1,0 +1,132 @@
+// scale_test: large collections, long chains and deep parentheses on a thread with little stack.
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <functional>
+#include <string>
+
+#include "trova_manager.h"
+#include "trova_playlist.h"
+
+namespace {
+
+constexpr size_t kStackBytes = 256 * 1024;
+constexpr uint32_t kIdents = 100'000;
+constexpr uint32_t kLinks = 100'000;
+
+void* run_body(void* body) {
+  (*static_cast<std::function<void()>*>(body))();
+  return nullptr;
+}
+
+// A thread's smallest stack grows with the sanitizers' needs; theirs is not ours to limit.
+void run_on_small_stack(std::function<void()> body) {
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, kStackBytes), 0);
+  pthread_t thread;
+  ASSERT_EQ(pthread_create(&thread, &attributes, run_body, &body), 0);
+  ASSERT_EQ(pthread_join(thread, nullptr), 0);
+  pthread_attr_destroy(&attributes);
+}
+
+std::string repeat(const std::string& text, uint32_t times) {
+  std::string all;
+  all.reserve(text.size() * times);
+  for (uint32_t i = 0; i < times; ++i) all += text;
+  return all;
+}
+
+class ScaleTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ManagerHandle* manager = nullptr;
+    ASSERT_EQ(trova_manager_start(nullptr, &manager), 0u);
+    ASSERT_EQ(trova_playlist_initialize(manager), 0u);
+    ASSERT_EQ(trova_playlist_collection_create("scale", &collection_), 0u);
+  }
+
+  void TearDown() override {
+    EXPECT_EQ(trova_playlist_collection_release(collection_), 0u);
+    EXPECT_EQ(trova_playlist_shutdown(), 0u);
+    EXPECT_EQ(trova_manager_stop(), 0u);
+  }
+
+  // Idents with the artist types 1 to 9, which no list knows.
+  void fill(uint32_t count) {
+    for (uint32_t i = 0; i < count; ++i) {
+      trova_gdo* track = nullptr;
+      ASSERT_EQ(trova_manager_gdo_create(TROVA_CTX_TRACK, &track), 0u);
+      trova_manager_gdo_add_number(track, TROVA_VAL_ARTIST_TYPE_ID, i % 9 + 1);
+      const std::string ident = "ident " + std::to_string(i);
+      EXPECT_EQ(trova_playlist_collection_ident_add(collection_, ident.c_str(), track), 0u);
+      trova_manager_gdo_release(track);
+    }
+  }
+
+  // The number of entries of a statement's playlist, or its code with bit 31.
+  uint32_t count_of(const std::string& statement) {
+    trova_playlist_results* results = nullptr;
+    const uint32_t code = trova_playlist_generate_playlist(nullptr, statement.c_str(), collection_,
+                                                           nullptr, &results);
+    if (code != 0) return code;
+    uint32_t count = 0;
+    EXPECT_EQ(trova_playlist_results_count(results, &count), 0u);
+    EXPECT_EQ(trova_playlist_results_release(results), 0u);
+    return count;
+  }
+
+  trova_playlist_collection* collection_ = nullptr;
+};
+
+TEST_F(ScaleTest, a_large_collection_is_selected_filtered_and_cut_on_a_small_stack) {
+  fill(kIdents);
+  const uint32_t of_one_type = kIdents / 9 + 1;
+  run_on_small_stack([&] {
+    EXPECT_EQ(count_of("generate playlist;"), kIdents);
+    EXPECT_EQ(count_of("genpl where qx_artisttype = 1 or qx_artisttype != 1"), kIdents);
+    EXPECT_EQ(count_of("genpl where qx_artisttype = 1 or qx_artisttype = 1"), of_one_type);
+    EXPECT_EQ(count_of("genpl where qx_artisttype != 2 and qx_artisttype = 1"), of_one_type);
+    EXPECT_EQ(count_of("genpl order rand(5, 3) limit 100 per qx_artisttype"), 900u);
+  });
+}
+
+TEST_F(ScaleTest, chains_of_any_length_use_no_stack) {
+  fill(3);
+  const std::string wheres[] = {
+      repeat("qx_artisttype = 7 or ", kLinks),
+      repeat("qx_artisttype = 1 and ", kLinks),
+      repeat("qx_artisttype = 1 >= qx_artisttype = 1 or ", kLinks),
+  };
+  const uint32_t counts[] = {1, 1, 1};
+  run_on_small_stack([&] {
+    for (int i = 0; i < 3; ++i) {
+      const std::string statement = "genpl where " + wheres[i] + "qx_artisttype = 1";
+      EXPECT_EQ(count_of(statement), counts[i]) << "chain " << i;
+    }
+    EXPECT_EQ(count_of("genpl order " + repeat("1 + ", kLinks) + "1"), 3u);
+    EXPECT_EQ(count_of("genpl limit " + repeat("9 results, ", kLinks) + "2 results"), 2u);
+  });
+}
+
+TEST_F(ScaleTest, parentheses_nest_a_thousand_deep_and_no_deeper) {
+  fill(3);
+  const auto nested = [](uint32_t depth) {
+    return "genpl where " + repeat("(", depth) + "qx_artisttype = 1" + repeat(")", depth) +
+           " order " + repeat("(", depth) + "rand(9)" + repeat(")", depth);
+  };
+  // Each level is an operator of its own, on the left of the one around it.
+  const std::string left = "genpl where " + repeat("(", 1000) + "qx_artisttype = 1" +
+                           repeat(" or qx_artisttype = 2)", 1000) + " order " + repeat("(", 1000) +
+                           "1" + repeat(" + rand(3))", 1000);
+  run_on_small_stack([&] {
+    EXPECT_EQ(count_of(nested(1000)), 1u);
+    EXPECT_EQ(count_of(left), 2u);
+    EXPECT_EQ(count_of(nested(1001)), PLERR_Syntax);
+    const char* text = nullptr;
+    EXPECT_EQ(trova_manager_last_error(nullptr, &text), 0u);
+    EXPECT_STREQ(text, "statement nested too deeply");
+  });
+}
+
+}  // namespace
