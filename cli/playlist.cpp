@@ -12,6 +12,7 @@ std::string Playlist::UriOf(const TrackView& track) {
 }
 
 std::string Playlist::NameOf(ListKind kind, std::uint32_t id) {
+  if (id == 0) return {};
   const std::optional<Element> element = lists_.ById(kind, id);
   return element ? element->name : "";
 }

@@ -44,7 +44,7 @@ struct RunResult {
   std::string err;
 };
 
-RunResult Run(const Words& words, const std::string& in = {}, int out = OpenScratch()) {
+RunResult RunTrova(const Words& words, const std::string& in = {}, int out = OpenScratch()) {
   const int input = OpenScratch();
   const int err = OpenScratch();
   EXPECT_EQ(pwrite(input, in.data(), in.size(), 0), static_cast<ssize_t>(in.size()));
@@ -88,6 +88,7 @@ bool Has(const std::string& text, const std::string& part) {
 
 class test_cli_command : public testing::Test {
  protected:
+  const TestFolder folder_;
   // Results are sorted by score, equal scores in no particular order, so statements here have one
   // result or are compared by what they hold.
   const std::string library_ =
@@ -104,20 +105,17 @@ class test_cli_command : public testing::Test {
     all.insert(all.end(), words.begin(), words.end());
     return all;
   }
-
- private:
-  TestFolder folder_;
 };
 
 TEST_F(test_cli_command, exit_codes_and_streams_tell_results_from_none_and_errors) {
-  const RunResult some = Run(Generate({"genpl where qx_genre = {Jazz}"}));
+  const RunResult some = RunTrova(Generate({"genpl where qx_genre = {Jazz}"}));
   EXPECT_EQ(some.code, 0);
   EXPECT_TRUE(Has(some.out, "Straße  Björk") && !Has(some.out, "Money")) << some.out;
   EXPECT_TRUE(Has(some.err, "genre \"Progresive Rokk\" (1 track); nearest: \"Progressive Rock\""))
       << some.err;
   EXPECT_TRUE(Has(some.err, "1 track has no genre")) << some.err;
 
-  const RunResult none = Run(Generate({"genpl where qx_era < 1900", "--output", "paths"}));
+  const RunResult none = RunTrova(Generate({"genpl where qx_era < 1900", "--output", "paths"}));
   EXPECT_EQ(none.code, 1);
   EXPECT_EQ(none.out, "");
 
@@ -137,22 +135,22 @@ TEST_F(test_cli_command, exit_codes_and_streams_tell_results_from_none_and_error
       {},
   };
   for (const Words& words : errors) {
-    const RunResult result = Run(words);
+    const RunResult result = RunTrova(words);
     EXPECT_EQ(result.code, 2) << testing::PrintToString(words);
     EXPECT_EQ(result.out, "") << testing::PrintToString(words);
     EXPECT_TRUE(result.err.find("trova: ") != std::string::npos) << testing::PrintToString(words);
   }
-  EXPECT_EQ(Run(Generate({"genpl"}), {}, open("/dev/full", O_WRONLY)).code, 2);
+  EXPECT_EQ(RunTrova(Generate({"genpl"}), {}, open("/dev/full", O_WRONLY)).code, 2);
 }
 
 TEST_F(test_cli_command, statements_come_from_an_argument_a_file_or_stdin) {
   const TestFolder folder;
   const std::string statement = "genpl\nwhere qx_origin = {Sweden};\n";
   const std::string file = folder.Write("statement", statement);
-  for (const RunResult& result : {Run(Generate({"--output", "paths", statement})),
-                                  Run(Generate({"--output", "paths", "-f", file})),
-                                  Run(Generate({"--output", "paths"}), statement),
-                                  Run(Generate({"--output", "paths", "-"}), statement)}) {
+  for (const RunResult& result : {RunTrova(Generate({"--output", "paths", statement})),
+                                  RunTrova(Generate({"--output", "paths", "-f", file})),
+                                  RunTrova(Generate({"--output", "paths"}), statement),
+                                  RunTrova(Generate({"--output", "paths", "-"}), statement)}) {
     EXPECT_EQ(result.code, 0) << result.err;
     EXPECT_EQ(result.out, "c.mp3\n");
   }
@@ -161,10 +159,10 @@ TEST_F(test_cli_command, statements_come_from_an_argument_a_file_or_stdin) {
 TEST_F(test_cli_command, a_seed_is_found_by_ident_or_words_and_never_guessed) {
   const std::string same_era = "genpl where qx_era = seed";
   for (const char* seed : {"b.mp3", "bjork", "STRASSE", "début björk"}) {
-    EXPECT_EQ(Run(Generate({"--output", "paths", "--seed", seed, same_era})).out, "b.mp3\n")
+    EXPECT_EQ(RunTrova(Generate({"--output", "paths", "--seed", seed, same_era})).out, "b.mp3\n")
         << seed;
   }
-  const RunResult several = Run(Generate({"--seed", "money", same_era}));
+  const RunResult several = RunTrova(Generate({"--seed", "money", same_era}));
   EXPECT_TRUE(Has(several.err, "Pink Floyd - Money  [a.mp3]") && Has(several.err, "ABBA - Money"))
       << several.err;
 }
@@ -172,11 +170,13 @@ TEST_F(test_cli_command, a_seed_is_found_by_ident_or_words_and_never_guessed) {
 TEST_F(test_cli_command, every_genre_counts_and_no_track_stands_twice) {
   for (const char* genre : {"{Rock}", "{Jazz}"}) {
     EXPECT_TRUE(Has(
-        Run(Generate({"--output", "paths", std::string("genpl where qx_genre = ") + genre})).out,
+        RunTrova(Generate({"--output", "paths", std::string("genpl where qx_genre = ") + genre}))
+            .out,
         "b.mp3\n"))
         << genre;
   }
-  const RunResult twice = Run(Generate({"-v", "--output", "paths", "genpl where qx_genre != 1"}));
+  const RunResult twice =
+      RunTrova(Generate({"-v", "--output", "paths", "genpl where qx_genre != 1"}));
   EXPECT_EQ(twice.out.find("b.mp3"), twice.out.rfind("b.mp3"));
   EXPECT_TRUE(Has(twice.err, "1 of 4 results repeat a track")) << twice.err;
 }
@@ -187,30 +187,30 @@ TEST_F(test_cli_command, an_audio_folder_gives_a_playlist_of_its_files) {
   WriteAudio(folder, "two.mp3", {{"TITLE", "Two"}, {"DATE", "1985"}});
   folder.Write("bad.mp3", "?");
   const RunResult result =
-      Run({"generate", "--library", folder.Path(""), "--output", "m3u8", "--relative-to",
-           folder.Path("x"), "genpl where qx_era <= {1985} order 0 - 1 * qx_era like {1975}"});
+      RunTrova({"generate", "--library", folder.Path(""), "--output", "m3u8", "--relative-to",
+                folder.Path("x"), "genpl where qx_era <= {1985} order 0 - 1 * qx_era like {1975}"});
   EXPECT_EQ(result.code, 0);
   EXPECT_EQ(result.out, "#EXTM3U\n#EXTINF:1,Two\n../two.mp3\n#EXTINF:1,One\none.flac\n");
   EXPECT_TRUE(Has(result.err, "1 file could not be read and was skipped")) << result.err;
 }
 
 TEST_F(test_cli_command, check_and_lists_answer_on_stdout) {
-  EXPECT_EQ(Run({"check", "genpl where qx_genre = {Rock}"}).out, "ok\n");
-  EXPECT_EQ(Run({"check", "genpl where qx_genre like seed"}).out, "ok, needs a seed\n");
-  EXPECT_TRUE(Has(Run({"lists"}).out, "artist-types"));
-  EXPECT_TRUE(Has(Run({"lists", "eras", "--tree"}).out, "  1975\n"));
-  const RunResult found = Run({"lists", "--search", "progressive rok"});
+  EXPECT_EQ(RunTrova({"check", "genpl where qx_genre = {Rock}"}).out, "ok\n");
+  EXPECT_EQ(RunTrova({"check", "genpl where qx_genre like seed"}).out, "ok, needs a seed\n");
+  EXPECT_TRUE(Has(RunTrova({"lists"}).out, "artist-types"));
+  EXPECT_TRUE(Has(RunTrova({"lists", "eras", "--tree"}).out, "  1975\n"));
+  const RunResult found = RunTrova({"lists", "--search", "progressive rok"});
   EXPECT_TRUE(found.code == 0 && Has(found.out, "genres        Progressive Rock")) << found.out;
-  EXPECT_EQ(Run({"--help"}).code, 0);
-  EXPECT_TRUE(Has(Run({"generate", "--help"}).out, "--relative-to"));
-  EXPECT_TRUE(Has(Run({"--version"}).out, "trova 2.0.0.32"));
+  EXPECT_EQ(RunTrova({"--help"}).code, 0);
+  EXPECT_TRUE(Has(RunTrova({"generate", "--help"}).out, "--relative-to"));
+  EXPECT_TRUE(Has(RunTrova({"--version"}).out, "trova 2.0.0.32"));
 }
 
 TEST_F(test_cli_command, colour_and_width_follow_the_terminal) {
   const Words wrong = {"check", "genpl wher)"};
   EXPECT_TRUE(Has(RunOnTerminal(wrong, nullptr), "\x1b["));
   EXPECT_FALSE(Has(RunOnTerminal(wrong, "1"), "\x1b["));
-  EXPECT_FALSE(Has(Run(wrong).err, "\x1b["));
+  EXPECT_FALSE(Has(RunTrova(wrong).err, "\x1b["));
   const TestFolder folder;
   const std::string table = folder.Write(
       "t.csv", "title,artist,year,genre\n" + std::string(200, 'x') + ",Somebody,1975,Rock\n");

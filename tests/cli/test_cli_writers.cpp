@@ -1,7 +1,9 @@
 // Writers: whatever a title or a file name holds, every form stays well-formed.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
