@@ -11,13 +11,12 @@ static bool _utf8_is_continuation(uint8_t byte) {
   return (byte & 0xc0) == 0x80;
 }
 
-// How many bytes must follow a first byte; 0 for ASCII and for bytes that begin nothing, which are
-// continuations, the overlong 0xc0 and 0xc1, and what would lead above U+10FFFF.
+// How many bytes must follow a first byte; 0 for ASCII and for bytes that begin nothing.
 static uint32_t _utf8_bytes_to_follow(uint8_t first) {
-  if (first < 0xc2) return 0;
+  if (first < 0xc0) return 0;
   if (first < 0xe0) return 1;
   if (first < 0xf0) return 2;
-  return first < 0xf5 ? 3 : 0;
+  return first < 0xf8 ? 3 : 0;
 }
 
 // Reads one character and answers its size, 0 when there is none. A terminator is no continuation,
@@ -36,6 +35,7 @@ static uint32_t _utf8_read_char(const char* text, uint32_t* out) {
     if (!_utf8_is_continuation(bytes[i])) return 0;
     code = code << 6 | (bytes[i] & 0x3fu);
   }
+  // Each character has one form only, the shortest.
   if (code < kLeastOfSize[follow] || !_utf8_is_character(code)) return 0;
   *out = code;
   return follow + 1;
