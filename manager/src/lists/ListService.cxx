@@ -352,8 +352,11 @@ void list_service_stop() noexcept {
   forget_users(g_locales);
   forget_users(g_correlates);
   const std::lock_guard lock(g_sets_mutex);
-  forget_users(g_sets);
-  for (trova_correlate_set& set : g_sets) free_scores(set);
+  for (trova_correlate_set& set : g_sets) {
+    if (set.scores == nullptr) continue;
+    set.users.store(0, std::memory_order_release);
+    free_scores(set);
+  }
 }
 
 Language service_language() noexcept {

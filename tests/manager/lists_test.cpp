@@ -1,0 +1,493 @@
+// Tests of the lists: what the data promises, names, correlates, handles, and the list compiler.
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "ManagerTest.h"
+
+namespace {
+
+using Element = trova_manager_element;
+
+const char* const kTypes[] = {TROVA_LIST_GENRES,       TROVA_LIST_ERAS,  TROVA_LIST_ORIGINS,
+                              TROVA_LIST_ARTIST_TYPES, TROVA_LIST_MOODS, TROVA_LIST_TEMPOS};
+
+class ListsTest : public ManagerTest {
+ protected:
+  void SetUp() override {
+    setenv("LC_ALL", "C", 1);
+    ManagerTest::SetUp();
+    slots = &service<trova_listmanager_interface>(TROVA_SERVICE_LISTMANAGER);
+    for (const char* type : kTypes) ASSERT_EQ(trova_manager_list_load(type, &lists[type]), 0u);
+  }
+
+  void TearDown() override {
+    for (auto& [type, list] : lists) EXPECT_EQ(trova_manager_list_release(list), 0u);
+    ManagerTest::TearDown();
+  }
+
+  std::vector<Element> elements(const char* type) {
+    uint32_t count = 0;
+    EXPECT_EQ(trova_manager_list_count(lists[type], &count), 0u);
+    std::vector<Element> all(count);
+    for (uint32_t i = 0; i < count; ++i) {
+      EXPECT_EQ(trova_manager_list_get(lists[type], i, &all[i]), 0u);
+    }
+    return all;
+  }
+
+  // The element of that name; its id is 0 when there is none.
+  Element find(const char* type, const std::string& text) {
+    Element element = {};
+    trova_manager_list_find(lists[type], text.c_str(), &element);
+    return element;
+  }
+
+  int32_t score(const char* type, const std::string& a, const std::string& b) {
+    int32_t value = -9999;
+    const uint32_t error =
+        trova_manager_list_correlate(type, find(type, a).id, find(type, b).id, &value);
+    EXPECT_EQ(error, 0u) << a << " / " << b;
+    return value;
+  }
+
+  std::vector<std::string> search(const char* type, const char* text, uint32_t capacity = 5) {
+    std::vector<Element> found(capacity);
+    uint32_t count = 0;
+    EXPECT_EQ(trova_manager_list_search(lists[type], text, capacity, found.data(), &count), 0u);
+    std::vector<std::string> names;
+    for (uint32_t i = 0; i < count; ++i) names.push_back(found[i].name);
+    return names;
+  }
+
+  const trova_listmanager_interface* slots = nullptr;
+  std::map<std::string, trova_list*> lists;
+};
+
+std::vector<std::string> split(const std::string& text) {
+  std::vector<std::string> parts;
+  size_t start = 0;
+  for (size_t bar; (bar = text.find('|', start)) != std::string::npos; start = bar + 1) {
+    parts.push_back(text.substr(start, bar - start));
+  }
+  if (start < text.size()) parts.push_back(text.substr(start));
+  return parts;
+}
+
+// ------------------------------------------------------------------------------------ Data
+
+TEST_F(ListsTest, a_list_is_a_tree_read_from_the_top_with_nested_ranges) {
+  for (const char* type : kTypes) {
+    std::map<uint32_t, Element> seen;
+    for (const Element& element : elements(type)) {
+      SCOPED_TRACE(std::string(type) + " " + element.name);
+      EXPECT_TRUE(seen.emplace(element.id, element).second);
+      EXPECT_EQ(element.level == 1, element.parent == 0);
+      EXPECT_STRNE(element.name, "");
+      if (element.parent == 0) continue;
+      ASSERT_TRUE(seen.contains(element.parent));
+      const Element& parent = seen[element.parent];
+      EXPECT_EQ(element.level, parent.level + 1);
+      EXPECT_LE(parent.lower, element.lower);
+      EXPECT_GE(parent.upper, element.upper);
+    }
+  }
+}
+
+TEST_F(ListsTest, lists_have_their_sizes_at_each_level) {
+  const std::map<std::string, std::array<size_t, 3>> least = {
+      {TROVA_LIST_GENRES, {25, 150, 360}},  {TROVA_LIST_ERAS, {11, 110, 1100}},
+      {TROVA_LIST_ORIGINS, {20, 249, 120}}, {TROVA_LIST_ARTIST_TYPES, {5, 20, 0}},
+      {TROVA_LIST_MOODS, {25, 105, 0}},     {TROVA_LIST_TEMPOS, {3, 9, 400}}};
+  for (const char* type : kTypes) {
+    std::array<size_t, 3> counts = {};
+    for (const Element& element : elements(type)) ++counts[element.level - 1];
+    for (size_t i = 0; i < 3; ++i) EXPECT_GE(counts[i], least.at(type)[i]) << type << " " << i + 1;
+    const bool two_levels = least.at(type)[2] == 0;
+    EXPECT_EQ(counts[2] == 0, two_levels) << type;
+  }
+}
+
+// What was stored under an id must mean the same after the next release.
+TEST_F(ListsTest, ids_keep_their_meaning) {
+  const std::vector<std::pair<const char*, std::map<uint32_t, const char*>>> pinned = {
+      {TROVA_LIST_GENRES,
+       {{10000, "Rock"}, {150000, "Jazz"}, {150301, "Hard Bop"}, {120100, "House"}}},
+      {TROVA_LIST_ERAS, {{21900, "20th century"}, {31970, "1970s"}, {41975, "1975"}}},
+      {TROVA_LIST_ORIGINS, {{1000, "North America"}, {1010, "United States"}, {501010, "Memphis"}}},
+      {TROVA_LIST_ARTIST_TYPES, {{100, "Solo Artist"}, {120, "Female Solo Artist"}}},
+      {TROVA_LIST_MOODS, {{100, "Happiness"}, {101, "Happy"}, {1401, "Sad"}}},
+      {TROVA_LIST_TEMPOS, {{1100, "Slow"}, {1310, "Allegro"}, {120, "120 BPM"}}}};
+  for (const auto& [type, ids] : pinned) {
+    for (const auto& [id, name] : ids) {
+      Element element = {};
+      EXPECT_EQ(trova_manager_list_element(lists[type], id, &element), 0u) << name;
+      EXPECT_STREQ(element.name, name);
+    }
+  }
+  for (const Element& era : elements(TROVA_LIST_ERAS)) EXPECT_GT(era.id, 9999u) << era.name;
+  for (const Element& tempo : elements(TROVA_LIST_TEMPOS)) {
+    EXPECT_EQ(tempo.level == 3, tempo.id <= 400) << tempo.name;
+    EXPECT_EQ(tempo.level == 3, tempo.lower == tempo.id && tempo.upper == tempo.id);
+  }
+}
+
+TEST_F(ListsTest, every_name_and_synonym_in_both_languages_finds_its_element) {
+  for (const char* type : kTypes) {
+    trova_list* german = nullptr;
+    ASSERT_EQ(slots->list_load(type, "de", "", "", &german), 0u);
+    size_t translated = 0;
+    const std::vector<Element> all = elements(type);
+    for (uint32_t i = 0; i < all.size(); ++i) {
+      Element other = {};
+      ASSERT_EQ(trova_manager_list_get(german, i, &other), 0u);
+      EXPECT_EQ(other.id, all[i].id);
+      translated += std::string(other.name) != all[i].name;
+      std::vector<std::string> names = split(all[i].synonyms);
+      names.insert(names.end(), {all[i].name, other.name});
+      for (const std::string& name : names) EXPECT_EQ(find(type, name).id, all[i].id) << name;
+    }
+    EXPECT_GT(translated, 2u) << type;
+    slots->list_release(german);
+  }
+}
+
+TEST_F(ListsTest, every_tagged_genre_name_is_known) {
+  const char* const kNames =
+      "Blues|Classic Rock|Country|Dance|Disco|Funk|Grunge|Hip-Hop|Jazz|Metal|New Age|Oldies|Other|"
+      "Pop|R&B|Rap|Reggae|Rock|Techno|Industrial|Alternative|Ska|Death Metal|Pranks|Soundtrack|"
+      "Euro-Techno|Ambient|Trip-Hop|Vocal|Jazz+Funk|Jazz & Funk|Fusion|Trance|Classical|"
+      "Instrumental|Acid|House|Game|Sound Clip|Gospel|Noise|AlternRock|Bass|Soul|Punk|Space|"
+      "Meditative|Instrumental Pop|Instrumental Rock|Ethnic|Gothic|Darkwave|Techno-Industrial|"
+      "Electronic|Pop-Folk|Eurodance|Dream|Southern Rock|Comedy|Cult|Gangsta|Gangsta Rap|Top 40|"
+      "Christian Rap|Pop/Funk|Jungle|Native American|Native US|Cabaret|New Wave|Psychedelic|"
+      "Psychadelic|Rave|Showtunes|Trailer|Lo-Fi|Tribal|Acid Punk|Acid Jazz|Polka|Retro|Musical|"
+      "Rock & Roll|Hard Rock|Folk|Folk-Rock|National Folk|Swing|Fast Fusion|Fast-Fusion|Bebop|"
+      "Bebob|Latin|Revival|Celtic|Bluegrass|Avantgarde|Gothic Rock|Progressive Rock|"
+      "Psychedelic Rock|Symphonic Rock|Slow Rock|Big Band|Chorus|Easy Listening|Acoustic|Humour|"
+      "Speech|Chanson|Opera|Chamber Music|Sonata|Symphony|Booty Bass|Primus|Porn Groove|Satire|"
+      "Slow Jam|Club|Tango|Samba|Folklore|Ballad|Power Ballad|Rhythmic Soul|Freestyle|Duet|"
+      "Punk Rock|Drum Solo|A Cappella|A capella|Acapella|Euro-House|Dance Hall|Dancehall|Goa|"
+      "Drum & Bass|Club-House|Hardcore|Hardcore Techno|Terror|Indie|BritPop|Afro-Punk|Negerpunk|"
+      "Worldbeat|Polsk Punk|Beat|Christian Gangsta Rap|Christian Gangsta|Heavy Metal|Black Metal|"
+      "Crossover|Contemporary Christian|Christian Rock|Merengue|Salsa|Thrash Metal|Anime|Jpop|"
+      "J-Pop|Synthpop|Abstract|Art Rock|Baroque|Bhangra|Big Beat|Breakbeat|Chillout|Downtempo|Dub|"
+      "EBM|Eclectic|Electro|Electroclash|Emo|Experimental|Garage|Global|IDM|Illbient|Industro-Goth|"
+      "Jam Band|Krautrock|Leftfield|Lounge|Math Rock|New Romantic|Nu-Breakz|Post-Punk|Post-Rock|"
+      "Psytrance|Shoegaze|Space Rock|Trop Rock|World Music|Neoclassical|Audiobook|Audio Theatre|"
+      "Neue Deutsche Welle|Podcast|Indie Rock|G-Funk|Dubstep|Garage Rock|Psybient|"
+      "Hip Hop|HipHop|Rhythm and Blues|RnB|Drum'n'Bass|Drum and Bass|DnB|Drum 'n' Bass|Rock'n'Roll|"
+      "ROCK AND ROLL|Rock n Roll|Mbalax|Forró|Forro|Tropicália|Tropicalia|Kammermusik";
+  const std::vector<std::string> names = split(kNames);
+  EXPECT_GT(names.size(), 192u);
+  for (const std::string& name : names) {
+    EXPECT_NE(find(TROVA_LIST_GENRES, name).id, 0u) << name;
+  }
+}
+
+// ----------------------------------------------------------------------------------- Names
+
+TEST_F(ListsTest, find_folds_case_accents_and_conjunctions) {
+  const std::vector<std::array<const char*, 3>> cases = {
+      {TROVA_LIST_GENRES, "  drum N bass! ", "Drum & Bass"},
+      {TROVA_LIST_GENRES, "Neue Deutsche Haerte", ""},
+      {TROVA_LIST_GENRES, "NEUE DEUTSCHE HÄRTE", "Neue Deutsche Härte"},
+      {TROVA_LIST_GENRES, "Neue Deutsche Ha\xcc\x88rte", "Neue Deutsche Härte"},
+      {TROVA_LIST_ORIGINS, "sao paulo", "São Paulo"},
+      {TROVA_LIST_ORIGINS, "Holland", "Netherlands"},
+      {TROVA_LIST_ORIGINS, "de", "Germany"},
+      {TROVA_LIST_ORIGINS, "AND", "Andorra"},
+      {TROVA_LIST_ORIGINS, "&", ""},
+      {TROVA_LIST_ORIGINS, "Trinidad & Tobago", "Trinidad and Tobago"},
+      {TROVA_LIST_ORIGINS, "Trinidad und", ""},
+      {TROVA_LIST_ERAS, "70's", "1970s"},
+      {TROVA_LIST_ERAS, "siebziger", "1970s"},
+      {TROVA_LIST_ERAS, "20. jahrhundert", "20th century"},
+      {TROVA_LIST_TEMPOS, "120", "120 BPM"},
+      {TROVA_LIST_GENRES, "", ""},
+      {TROVA_LIST_GENRES, "\xff\xc3", ""}};
+  for (const auto& [type, text, name] : cases) {
+    const Element element = find(type, text);
+    EXPECT_STREQ(element.name == nullptr ? "" : element.name, name) << text;
+  }
+  EXPECT_EQ(find(TROVA_LIST_GENRES, std::string(100000, 'n')).id, 0u);
+}
+
+TEST_F(ListsTest, search_puts_the_best_match_first) {
+  EXPECT_EQ(search(TROVA_LIST_GENRES, "Bebop").front(), "Bebop");
+  EXPECT_EQ(
+      search(TROVA_LIST_GENRES, "progressiv", 3),
+      (std::vector<std::string>{"Progressive Rock", "Progressive Folk", "Progressive Metal"}));
+  EXPECT_EQ(search(TROVA_LIST_GENRES, "shugaze").front(), "Shoegaze");
+  EXPECT_EQ(search(TROVA_LIST_GENRES, "rock, psychedelic").front(), "Psychedelic Rock");
+  EXPECT_EQ(search(TROVA_LIST_ORIGINS, "Lieverpol").front(), "Liverpool");
+  EXPECT_EQ(search(TROVA_LIST_MOODS, "melanch", 1).front(), "Melancholic");
+  for (const char* hopeless : {"", "?!", "xqzwvy"}) {
+    EXPECT_TRUE(search(TROVA_LIST_GENRES, hopeless).empty()) << hopeless;
+  }
+  EXPECT_TRUE(search(TROVA_LIST_GENRES, std::string(100000, 'r').c_str()).empty());
+  EXPECT_TRUE(search(TROVA_LIST_GENRES, "rock", 0).empty());
+}
+
+// ------------------------------------------------------------------------------ Correlates
+
+TEST_F(ListsTest, correlates_order_pairs_as_listeners_do) {
+  const std::map<const char*, std::vector<std::array<const char*, 3>>> nearer_than = {
+      {TROVA_LIST_GENRES,
+       {{"Bebop", "Hard Bop", "Techno"},
+        {"Bebop", "Cool Jazz", "Smooth Jazz"},
+        {"Delta Blues", "Chicago Blues", "Trance"},
+        {"Heavy Metal", "Hard Rock", "Folk"},
+        {"Heavy Metal", "Hard Rock", "Easy Listening"},
+        {"Jazz Fusion", "Progressive Rock", "Punk Rock"},
+        {"House", "Disco", "Country"},
+        {"Dub", "Trip-Hop", "Opera"},
+        {"Soul", "Gospel", "Death Metal"},
+        {"Baroque", "Renaissance", "Hip-Hop"},
+        {"Folk Rock", "Singer-Songwriter", "Gabber"},
+        {"Alternative Country", "Country Rock", "Drill"},
+        {"Nu Jazz", "Acid Jazz", "Grindcore"},
+        {"Samba", "Bossa Nova", "Polka"},
+        {"Reggae", "Ska", "Black Metal"},
+        {"Punk Rock", "Hardcore Punk", "Soft Rock"},
+        {"Deep House", "Tech House", "Gangsta Rap"},
+        {"Grime", "UK Garage", "Bluegrass"},
+        {"Salsa", "Son Cubano", "Schlager"},
+        {"Afrobeat", "Funk", "Chamber Music"},
+        {"Ambient", "New Age", "Thrash Metal"},
+        {"Fado", "Flamenco", "Dubstep"},
+        {"Gregorian Chant", "Choral", "Crunk"},
+        {"Audiobook", "Podcast", "Techno"}}},
+      {TROVA_LIST_ERAS,
+       {{"1975", "1976", "1985"}, {"1970s", "1980s", "1950s"}, {"1975", "1970s", "1990s"}}},
+      {TROVA_LIST_ORIGINS,
+       {{"Liverpool", "Manchester", "Detroit"},
+        {"Memphis", "Nashville", "Berlin"},
+        {"Austria", "Germany", "Jamaica"},
+        {"Los Angeles", "New York City", "London"},
+        {"Dakar", "Bamako", "Tokyo"}}},
+      {TROVA_LIST_ARTIST_TYPES,
+       {{"Female Solo Artist", "Female Duo", "Male Group"}, {"Duo", "Group", "Orchestra"}}},
+      {TROVA_LIST_MOODS,
+       {{"Happy", "Cheerful", "Sad"},
+        {"Calm", "Peaceful", "Angry"},
+        {"Sadness", "Gloom", "Delight"}}}};
+  for (const auto& [type, cases] : nearer_than) {
+    for (const auto& [a, near, far] : cases) {
+      EXPECT_GT(score(type, a, near), score(type, a, far)) << a << ": " << near << " / " << far;
+    }
+  }
+}
+
+// The built-in "more like this" keeps genres from 600 and moods from -160.
+TEST_F(ListsTest, correlates_fit_the_bounds_of_more_like_this) {
+  EXPECT_GE(score(TROVA_LIST_GENRES, "Chicago House", "Deep House"), 750);
+  EXPECT_GE(score(TROVA_LIST_GENRES, "Soul", "Gospel"), 600);
+  EXPECT_LT(score(TROVA_LIST_GENRES, "Classical", "Hip-Hop"), -500);
+  EXPECT_LT(score(TROVA_LIST_GENRES, "Metal", "Classical"), -500);
+  EXPECT_GT(score(TROVA_LIST_MOODS, "Sad", "Gloomy"), 900);
+  EXPECT_LT(score(TROVA_LIST_MOODS, "Happy", "Miserable"), -900);
+}
+
+TEST_F(ListsTest, correlates_are_symmetric_and_within_bounds_for_all_pairs) {
+  const std::map<std::string, const char*> tables = {
+      {TROVA_LIST_GENRES, "trova_correlates_genre"},
+      {TROVA_LIST_ERAS, "trova_correlates_era"},
+      {TROVA_LIST_ORIGINS, "trova_correlates_origin"},
+      {TROVA_LIST_ARTIST_TYPES, "trova_correlates_arttype"},
+      {TROVA_LIST_MOODS, "trova_correlates_mood"}};
+  for (const auto& [type, name] : tables) {
+    trova_correlates* table = nullptr;
+    ASSERT_EQ(slots->correlates_load(name, &table), 0u);
+    const std::vector<Element> all = elements(type.c_str());
+    std::vector<std::vector<int32_t>> rows(all.size(), std::vector<int32_t>(all.size()));
+    for (size_t a = 0; a < all.size(); ++a) {
+      trova_correlate_set* set = nullptr;
+      ASSERT_EQ(slots->correlate_set_open(table, all[a].id, &set), 0u);
+      for (size_t b = 0; b < all.size(); ++b) {
+        ASSERT_EQ(slots->correlate_score(set, all[b].id, &rows[a][b]), 0u);
+      }
+      EXPECT_EQ(slots->correlate_set_release(set), 0u);
+    }
+    size_t faults = 0;
+    for (size_t a = 0; a < all.size(); ++a) {
+      for (size_t b = 0; b < all.size(); ++b) {
+        const bool bounded = a == b ? rows[a][b] == 1000 : rows[a][b] >= -1000 && rows[a][b] < 1000;
+        if (bounded && rows[a][b] == rows[b][a]) continue;
+        ++faults;
+        ADD_FAILURE() << all[a].name << " / " << all[b].name << ": " << rows[a][b];
+        ASSERT_LT(faults, 10u);
+      }
+    }
+    int32_t direct = 0;
+    EXPECT_EQ(trova_manager_list_correlate(type.c_str(), all[1].id, all[5].id, &direct), 0u);
+    EXPECT_EQ(direct, rows[1][5]);
+    EXPECT_EQ(slots->correlates_release(table), 0u);
+  }
+}
+
+// ----------------------------------------------------------------------------------- Slots
+
+TEST_F(ListsTest, element_lookup_climbs_and_never_descends) {
+  trova_list_element* element = nullptr;
+  uint32_t id = 0;
+  for (const auto& [level, expected] : {std::pair{0u, 150301u}, {1u, 150000u}, {2u, 150300u}}) {
+    ASSERT_EQ(slots->element_lookup(lists[TROVA_LIST_GENRES], 150301, level, &element), 0u);
+    EXPECT_EQ(slots->element_id(element, &id), 0u);
+    EXPECT_EQ(id, expected);
+  }
+  EXPECT_EQ(slots->element_level(element, &id), 0u);
+  EXPECT_EQ(id, 2u);
+  const auto lookup = [&](const char* type, uint32_t unknown, uint32_t level) {
+    return slots->element_lookup(lists[type], unknown, level, &element);
+  };
+  EXPECT_EQ(lookup(TROVA_LIST_GENRES, 150300, 3), TROVA_MANAGER_NOT_FOUND);
+  EXPECT_EQ(lookup(TROVA_LIST_GENRES, 150301, 4), TROVA_MANAGER_NOT_FOUND);
+  EXPECT_EQ(lookup(TROVA_LIST_GENRES, 0, 0), TROVA_MANAGER_NOT_FOUND);
+  EXPECT_EQ(lookup(TROVA_LIST_ERAS, 1975, 0), TROVA_MANAGER_NOT_FOUND);
+  ASSERT_EQ(lookup(TROVA_LIST_ERAS, 41975, 2), 0u);
+  uint32_t lower = 0, upper = 0;
+  const char* text = nullptr;
+  EXPECT_EQ(slots->element_range(element, &lower, &upper), 0u);
+  EXPECT_EQ(slots->element_display(element, &text), 0u);
+  EXPECT_TRUE(lower == 1970 && upper == 1979) << lower << " " << upper;
+  EXPECT_STREQ(text, "1970s");
+}
+
+TEST_F(ListsTest, handles_that_are_null_stale_or_foreign_are_refused) {
+  trova_list_element* element = nullptr;
+  trova_correlate_set* set = nullptr;
+  trova_correlates* table = nullptr;
+  int32_t value = 0;
+  EXPECT_EQ(slots->list_release(nullptr) | slots->correlate_set_release(nullptr) |
+                slots->correlates_release(nullptr) | slots->locale_release(nullptr),
+            0u);
+  uint64_t foreign[8] = {};
+  auto* const list = reinterpret_cast<trova_list*>(foreign);
+  EXPECT_EQ(slots->element_lookup(list, 1, 0, &element), TROVA_MANAGER_BAD_HANDLE);
+  EXPECT_EQ(slots->element_id(reinterpret_cast<trova_list_element*>(foreign), nullptr),
+            TROVA_MANAGER_INVALID_ARG);
+  auto* const inside =
+      reinterpret_cast<trova_list*>(reinterpret_cast<char*>(lists[TROVA_LIST_ERAS]) + 4);
+  EXPECT_EQ(trova_manager_list_release(inside), TROVA_MANAGER_BAD_HANDLE);
+
+  ASSERT_EQ(slots->correlates_load("trova_correlates_mood", &table), 0u);
+  ASSERT_EQ(slots->correlate_set_open(table, 101, &set), 0u);
+  EXPECT_EQ(slots->correlate_score(set, 99, &value), TROVA_MANAGER_NOT_FOUND);
+  EXPECT_EQ(slots->correlate_set_open(table, 99, &set), TROVA_MANAGER_NOT_FOUND);
+  EXPECT_EQ(slots->correlates_load("trova_correlates_tempo", &table), TROVA_MANAGER_NOT_FOUND);
+  trova_manager_memory_limit_set(1);
+  trova_correlate_set* refused = nullptr;
+  EXPECT_EQ(slots->correlate_set_open(table, 102, &refused), TROVA_MANAGER_NO_MEMORY);
+  EXPECT_EQ(slots->correlate_set_open(table, 101, &refused), 0u);  // shares the first one's scores
+  trova_manager_memory_limit_set(0);
+  EXPECT_EQ(slots->correlate_set_release(refused), 0u);
+  EXPECT_EQ(slots->correlate_set_release(set), 0u);
+  EXPECT_EQ(slots->correlate_set_release(set), TROVA_MANAGER_BAD_HANDLE);
+  EXPECT_EQ(slots->correlate_score(set, 101, &value), TROVA_MANAGER_BAD_HANDLE);
+  EXPECT_EQ(slots->correlates_release(table), 0u);
+  EXPECT_EQ(slots->correlate_set_open(table, 101, &set), TROVA_MANAGER_BAD_HANDLE);
+}
+
+TEST_F(ListsTest, locales_count_their_users_and_speak_the_language_of_the_manager) {
+  trova_locale* locale = nullptr;
+  const char *language = nullptr, *region = nullptr, *descriptor = nullptr;
+  EXPECT_EQ(slots->locale_load("trova_locale_video", &locale), TROVA_MANAGER_NOT_FOUND);
+  for (const char* name : {"trova_locale_playlist", "trova_locale_music"}) {
+    ASSERT_EQ(slots->locale_load(name, &locale), 0u);
+    EXPECT_EQ(slots->locale_addref(locale), 0u);
+    EXPECT_EQ(slots->locale_release(locale), 0u);
+    EXPECT_EQ(slots->locale_info(locale, &language, &region, &descriptor), 0u);
+    EXPECT_STREQ(language, "en");
+    EXPECT_EQ(slots->locale_release(locale), 0u);
+    EXPECT_EQ(slots->locale_addref(locale), TROVA_MANAGER_BAD_HANDLE);
+  }
+  trova_list* list = nullptr;
+  EXPECT_EQ(slots->list_load("trova_list_type_labels", "en", "", "", &list),
+            TROVA_MANAGER_NOT_FOUND);
+  ASSERT_EQ(slots->list_load(TROVA_LIST_ERAS, "xx", nullptr, nullptr, &list), 0u);
+  EXPECT_EQ(list, lists[TROVA_LIST_ERAS]);  // English speaks for the others
+  EXPECT_EQ(slots->list_release(list), 0u);
+}
+
+TEST(ListLanguageTest, comes_from_the_options_or_the_environment) {
+  struct Case {
+    const char *option, *lc_all, *lc_messages, *lang, *name;
+  };
+  const Case cases[] = {{"de", "C", "C", "C", "Glücklich"},
+                        {"en", "de_DE", "", "", "Happy"},
+                        {nullptr, "de_AT.UTF-8", "C", "C", "Glücklich"},
+                        {nullptr, "", "de", "en_US", "Glücklich"},
+                        {nullptr, "", "", "de_CH", "Glücklich"},
+                        {nullptr, "fr_FR", "de", "de", "Happy"},
+                        {nullptr, "", "", "", "Happy"}};
+  for (const Case& c : cases) {
+    setenv("LC_ALL", c.lc_all, 1);
+    setenv("LC_MESSAGES", c.lc_messages, 1);
+    setenv("LANG", c.lang, 1);
+    const trova_manager_options options = {sizeof options, c.option, 0};
+    ManagerHandle* manager = nullptr;
+    ASSERT_EQ(trova_manager_start(&options, &manager), 0u);
+    trova_list* list = nullptr;
+    Element element = {};
+    ASSERT_EQ(trova_manager_list_load(TROVA_LIST_MOODS, &list), 0u);
+    EXPECT_EQ(trova_manager_list_find(list, "happy", &element), 0u);
+    EXPECT_STREQ(element.name, c.name);
+    ASSERT_EQ(trova_manager_stop(), 0u);
+    EXPECT_EQ(trova_manager_list_find(list, "happy", &element), TROVA_MANAGER_BAD_HANDLE);
+    EXPECT_EQ(trova_manager_list_load(TROVA_LIST_MOODS, &list), TROVA_MANAGER_NOT_RUNNING);
+  }
+}
+
+// --------------------------------------------------------------------------- List compiler
+
+#ifdef LIST_COMPILER
+
+// Compiles the lists with a line appended to one of them; what the compiler said.
+std::string compile_with(const std::string& file, const std::string& line) {
+  namespace fs = std::filesystem;
+  const fs::path folder = fs::path(testing::TempDir()) / "trova_lists_test";
+  fs::remove_all(folder);
+  fs::copy(LIST_FOLDER, folder);
+  std::ofstream(folder / file, std::ios::app) << line << "\n";
+  const std::string command = std::string(LIST_COMPILER) + " " + folder.string() + " " +
+                              (folder / "out.cpp").string() + " 2>&1";
+  FILE* const pipe = popen(command.c_str(), "r");
+  char said[512] = {};
+  EXPECT_TRUE(fread(said, 1, sizeof said - 1, pipe) > 0 || line.empty());
+  EXPECT_EQ(pclose(pipe) == 0, line.empty());
+  EXPECT_EQ(fs::exists(folder / "out.cpp"), line.empty());
+  fs::remove_all(folder);
+  return said;
+}
+
+TEST(ListCompilerTest, names_file_and_line_of_a_fault) {
+  EXPECT_EQ(compile_with("genres.csv", ""), "");
+  const std::vector<std::array<const char*, 3>> cases = {
+      {"genres.csv", "10000,,Twice,,", "id 10000 is taken"},
+      {"genres.csv", "990000,77,Orphan,,", "the parent is not the branch that stands above"},
+      {"genres.csv", "990000,,jazz!,,", "'jazz!' also names 'Jazz'"},
+      {"genres.csv", "990000,,New", "expected 5 fields, found 3"},
+      {"genres.csv", "x,,New,,", "'x' is no number"},
+      {"genres.csv", "990000,, New,,", "blank around ' New'"},
+      {"eras.csv", "52100,22000,2100,,,2100,2100", "the range leaves that of '21st century'"},
+      {"moods.csv", "2805,2800,New,,,1.5,0", "'1.5' is out of range"},
+      {"genre_neighbours.csv", "Jazz,Jaaz,100", "there is no 'Jaaz'"},
+      {"genre_neighbours.csv", "Jazz,Bebop,100", "one of the two lies below the other"},
+      {"genre_neighbours.csv", "Beat,Rock & Roll,1", "this pair has a score already"},
+      {"genre_affinities.csv", "New,1", "one row for each element is needed"}};
+  for (const auto& [file, line, fault] : cases) {
+    const std::string said = compile_with(file, line);
+    EXPECT_NE(said.find(std::string(file) + ":"), std::string::npos) << said;
+    EXPECT_NE(said.find(std::string(": ") + fault + "\n"), std::string::npos) << said;
+  }
+}
+
+#endif
+
+}  // namespace
