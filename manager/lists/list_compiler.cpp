@@ -176,20 +176,22 @@ void read_range(const List& list, Node& node) {
   }
 }
 
-// No two elements share a name, in whatever language, or a synonym.
+// No two elements share a name, in whatever language, or a spelling.
+void add_name(List& list, const Node& node, const std::string& text, bool is_synonym) {
+  const std::string key = folded(text);
+  if (key.empty()) fail(node.place, "name '" + text + "' is empty or too long");
+  const auto [known, added] = list.names.emplace(key, node.path.back());
+  if (added) return;
+  if (known->second != node.path.back()) {
+    fail(node.place, "'" + text + "' also names '" + list.nodes[known->second].names[0] + "'");
+  }
+  if (is_synonym) fail(node.place, "'" + text + "' is found without being listed");
+}
+
 void add_names(List& list, const Node& node) {
-  std::vector<std::string> texts(std::begin(node.names), std::end(node.names));
-  if (!node.synonyms.empty()) {
-    for (const std::string& synonym : split(node.synonyms, '|')) texts.push_back(synonym);
-  }
-  for (const std::string& text : texts) {
-    const std::string key = folded(text);
-    if (key.empty()) fail(node.place, "name '" + text + "' is empty or too long");
-    const auto [known, added] = list.names.emplace(key, node.path.back());
-    if (!added && known->second != node.path.back()) {
-      fail(node.place, "'" + text + "' also names '" + list.nodes[known->second].names[0] + "'");
-    }
-  }
+  for (const std::string& name : node.names) add_name(list, node, name, false);
+  if (node.synonyms.empty()) return;
+  for (const std::string& synonym : split(node.synonyms, '|')) add_name(list, node, synonym, true);
 }
 
 List read_list(const std::string& folder, const ListSpec& spec) {

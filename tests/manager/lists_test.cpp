@@ -1,11 +1,13 @@
 // Tests of the lists: what the data promises, names, correlates, handles, and the list compiler.
 #include <array>
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "ManagerTest.h"
@@ -394,6 +396,26 @@ TEST_F(ListsTest, handles_that_are_null_stale_or_foreign_are_refused) {
   EXPECT_EQ(slots->correlate_set_open(table, 101, &set), TROVA_MANAGER_BAD_HANDLE);
 }
 
+TEST_F(ListsTest, threads_share_correlate_sets) {
+  trova_correlates* table = nullptr;
+  ASSERT_EQ(slots->correlates_load("trova_correlates_genre", &table), 0u);
+  std::atomic<int> faults = 0;
+  const auto work = [&] {
+    for (int i = 0; i < 200; ++i) {
+      trova_correlate_set* set = nullptr;
+      int32_t value = 0;
+      faults += slots->correlate_set_open(table, 150301, &set) != 0;
+      faults += slots->correlate_score(set, 150301, &value) != 0 || value != 1000;
+      faults += slots->correlate_set_release(set) != 0;
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) threads.emplace_back(work);
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(faults, 0);
+  EXPECT_EQ(slots->correlates_release(table), 0u);
+}
+
 TEST_F(ListsTest, locales_count_their_users_and_speak_the_language_of_the_manager) {
   trova_locale* locale = nullptr;
   const char *language = nullptr, *region = nullptr, *descriptor = nullptr;
@@ -472,6 +494,7 @@ TEST(ListCompilerTest, names_file_and_line_of_a_fault) {
       {"genres.csv", "10000,,Twice,,", "id 10000 is taken"},
       {"genres.csv", "990000,77,Orphan,,", "the parent is not the branch that stands above"},
       {"genres.csv", "990000,,jazz!,,", "'jazz!' also names 'Jazz'"},
+      {"genres.csv", "990000,,New,,Old|NEW", "'NEW' is found without being listed"},
       {"genres.csv", "990000,,New", "expected 5 fields, found 3"},
       {"genres.csv", "x,,New,,", "'x' is no number"},
       {"genres.csv", "990000,, New,,", "blank around ' New'"},
