@@ -113,15 +113,15 @@ std::string folded(const std::string& text) {
 
 // ----------------------------------------------------------------------------------- Lists
 
-struct ListSpec {
-  std::string file;
+struct ListFile {
+  std::string name;
   std::string type;
   std::string correlates;
   std::vector<std::string> extra_columns;
 };
 
 // ORDER LISTS
-const ListSpec kSpecs[kListCount] = {
+const ListFile kListFiles[kListCount] = {
     {"genres.csv", "trova_list_type_genres", "trova_correlates_genre", {}},
     {"eras.csv", "trova_list_type_eras", "trova_correlates_era", {"lower", "upper"}},
     {"origins.csv",
@@ -194,11 +194,11 @@ void add_names(List& list, const Node& node) {
   for (const std::string& synonym : split(node.synonyms, '|')) add_name(list, node, synonym, true);
 }
 
-List read_list(const std::string& folder, const ListSpec& spec) {
+List read_list(const std::string& folder, const ListFile& file) {
   std::vector<std::string> columns = {"id", "parent", "name", "name_de", "synonyms"};
-  columns.insert(columns.end(), spec.extra_columns.begin(), spec.extra_columns.end());
-  const CsvFile csv = read_csv(folder + "/" + spec.file, columns);
-  const bool has_range = !spec.extra_columns.empty() && spec.extra_columns[0] == "lower";
+  columns.insert(columns.end(), file.extra_columns.begin(), file.extra_columns.end());
+  const CsvFile csv = read_csv(folder + "/" + file.name, columns);
+  const bool has_range = !file.extra_columns.empty() && file.extra_columns[0] == "lower";
   if (csv.rows.size() >= kNowhere) fail(csv.rows.back().place, "too many elements");
   List list;
   std::set<uint32_t> ids;
@@ -415,8 +415,8 @@ void write_lists(std::ostream& out, const std::vector<List>& lists, TextPool& po
     write_array(out, "static const Name kNames" + suffix, list.names, [&pool](const auto& name) {
       return "{" + std::to_string(pool.add(name.first)) + ", " + plain(name.second) + "}";
     });
-    const std::string& correlates = kSpecs[i].correlates;
-    table << "    {\"" << kSpecs[i].type << "\", "
+    const std::string& correlates = kListFiles[i].correlates;
+    table << "    {\"" << kListFiles[i].type << "\", "
           << (correlates.empty() ? "nullptr" : "\"" + correlates + "\"") << ", {kElements + "
           << first << ", kElements + " << per_language + first << "}, " << list.nodes.size()
           << ", kIdSlots" << i << ", " << id_bits(list) << ", kNames" << i << ", "
@@ -440,7 +440,7 @@ void write_kin(std::ostream& out, const KinTable& kin) {
 
 void write_tables(const std::string& folder, std::ostream& out) {
   std::vector<List> lists;
-  for (const ListSpec& spec : kSpecs) lists.push_back(read_list(folder, spec));
+  for (const ListFile& file : kListFiles) lists.push_back(read_list(folder, file));
   const auto list = [&lists](ListKind kind) -> const List& {
     return lists[static_cast<std::size_t>(kind)];
   };
