@@ -1,5 +1,6 @@
 // The handle manager: which addresses validate, and that the dead are never read.
 #include <algorithm>
+#include <memory>
 #include <random>
 #include <thread>
 #include <vector>
@@ -89,26 +90,40 @@ TEST_F(HandlesTest, AddressThatIsHandedOutAgainIsNew) {
   vrel_memory_free(again);
 }
 
+// A block of words, each of which may be an object, and what the test knows of them.
+struct Field {
+  static constexpr size_t kWords = 1 << 15;  // so that the tables grow
+
+  uint32_t* words = static_cast<uint32_t*>(vrel_memory_alloc(kWords * sizeof(uint32_t)));
+  std::vector<bool> dead = std::vector<bool>(kWords, false);
+
+  Field() { std::fill_n(words, kWords, kMagic); }
+  ~Field() { vrel_memory_free(words); }
+  Field(const Field&) = delete;
+  Field& operator=(const Field&) = delete;
+};
+
 TEST_F(HandlesTest, RandomOperationsAgreeWithASimpleModel) {
-  constexpr size_t kWords = 1 << 16;  // so that the tables grow
-  // Of the allocator: what the test took from elsewhere could have been a handle before.
-  auto* const memory = static_cast<uint32_t*>(vrel_memory_alloc(kWords * sizeof(uint32_t)));
-  std::fill_n(memory, kWords, kMagic);
-  std::vector<bool> dead(kWords, false);
+  auto first = std::make_unique<Field>();
+  Field second;
   std::mt19937 random(7);
-  for (int step = 0; step < 300'000; ++step) {
-    const size_t at = random() % kWords;
-    if (random() % 2 == 0) {
-      table->handle_add(&memory[at]);
-      dead[at] = false;
-    } else {
-      table->handle_remove(&memory[at]);
-      dead[at] = true;
-    }
-    const size_t asked = random() % kWords;
-    ASSERT_EQ(validate(&memory[asked]), dead[asked] ? TROVA_MANAGER_BAD_HANDLE : 0u) << step;
+  for (int step = 0; step < 200'000; ++step) {
+    Field& field = random() % 2 == 0 ? *first : second;
+    const size_t at = random() % Field::kWords;
+    const bool kill = random() % 2 == 0;
+    ASSERT_EQ((kill ? table->handle_remove : table->handle_add)(&field.words[at]), 0u);
+    field.dead[at] = kill;
+    const size_t asked = random() % Field::kWords;
+    ASSERT_EQ(validate(&field.words[asked]) != 0, field.dead[asked]) << step;
   }
-  vrel_memory_free(memory);
+  // A block that is handed out again forgets its dead; those of the other block stay.
+  const uint32_t* const old_words = first->words;
+  first.reset();
+  const Field again;
+  for (size_t i = 0; i < Field::kWords; ++i) {
+    ASSERT_EQ(validate(&second.words[i]) != 0, second.dead[i]) << i;
+    ASSERT_EQ(validate(&again.words[i]), 0u) << i << (again.words == old_words);
+  }
 }
 
 TEST_F(HandlesTest, ThreadsDoNotDisturbEachOther) {
@@ -131,6 +146,31 @@ TEST_F(HandlesTest, ThreadsDoNotDisturbEachOther) {
   third.join();
   table->handle_remove(shared);
   vrel_memory_free(shared);
+}
+
+TEST_F(HandlesTest, UsersComeAndGoInAnyOrder) {
+  struct Slot {
+    trova_user* user = nullptr;
+    bool live = false;
+  };
+  std::vector<Slot> slots(3000);
+  std::mt19937 random(11);
+  for (int step = 0; step < 60'000; ++step) {
+    Slot& slot = slots[random() % slots.size()];
+    if (slot.live) {
+      ASSERT_EQ(trova_manager_user_release(slot.user), 0u) << step;
+      ASSERT_EQ(trova_manager_user_release(slot.user), TROVA_MANAGER_BAD_HANDLE) << step;
+    } else {
+      ASSERT_EQ(trova_manager_user_create("somebody", &slot.user), 0u);
+    }
+    slot.live = !slot.live;
+    const Slot& asked = slots[random() % slots.size()];
+    if (asked.live) {
+      ASSERT_EQ(table->handle_validate_user(asked.user), 0u) << step;
+    }
+  }
+  for (const Slot& slot : slots)
+    EXPECT_EQ(trova_manager_user_release(slot.live ? slot.user : nullptr), 0u);
 }
 
 TEST_F(HandlesTest, ReleasedUserIsAStaleHandle) {

@@ -291,7 +291,7 @@ TEST_F(ManagerTest, EveryDamageToSerializedTextIsFound) {
   };
   for (size_t i = 0; i < good.size(); ++i) {
     EXPECT_EQ(decode(good.substr(0, i)), TROVA_MANAGER_INVALID_ARG) << "cut at " << i;
-    for (const char other : {'A', '_', '+', '\xff', '\n'}) {
+    for (const char other : {'A', '_', '+', '\xff', static_cast<char>(good[i] + 1)}) {
       std::string bad = good;
       bad[i] = other;
       if (bad != good) {
