@@ -335,7 +335,7 @@ TEST_F(vrel_vector_test, values_that_compare_equal_are_ordered_and_found_as_numb
   const auto release = [](uintptr_t value) { released.push_back(value); };
   vrel_vector* vector = nullptr;
   ASSERT_EQ(vrel_vector_create(&vector, kVrelSorted, tens, release), 0u);
-  for (const uintptr_t value : {25, 13, 21, 13, 29, 11, 40}) {
+  for (const uintptr_t value : {25u, 13u, 21u, 13u, 29u, 11u, 40u}) {
     ASSERT_EQ(vrel_vector_add(vector, value), 0u);
   }
   uint32_t index = 9;
