@@ -1,10 +1,11 @@
 // vrel_sort: the quicksort of both vectors, and the merge sort that steps in where it turns bad.
 //
 // Callers depend on where this quicksort leaves elements that compare equal, so its pivot, its scan
-// and its swaps are part of what it promises. Three inputs would make it quadratic. Sorted and
-// reversed input without ties has one right order, which is recognised up front. In a range of
-// equal elements the quicksort ends in a rotation, which is done at once. For everything else
-// there is a budget of comparisons.
+// and its swaps are part of what it promises, for as long as it stays within the comparisons that a
+// healthy quicksort needs; beyond that, any right order will do. Three inputs would make it
+// quadratic. Sorted and reversed input is recognised up front. In a range of equal elements the
+// quicksort ends in a rotation, which is done at once. For everything else there is a budget of
+// comparisons.
 #include "vrel_sort.h"
 
 #include <string.h>
@@ -203,15 +204,18 @@ static void _vrel_sort_quick(Sort& sort, uint32_t low, uint32_t high) {
 
 // ---- The sort ----
 
-// Sorts what is strictly ascending or strictly descending already; false for anything else.
+// Sorts what is ascending or descending already, ties included; false for anything else. Elements
+// that are all equal are left to the quicksort, which rotates them.
 static bool _vrel_sort_presorted(const Sort& sort, uint32_t count) {
-  const int32_t first = _vrel_sort_compare(sort, 0, 1);
-  if (first == 0) return false;
-  for (uint32_t i = 1; i + 1 < count; ++i) {
+  bool ascending = true;
+  bool descending = true;
+  for (uint32_t i = 0; i + 1 < count && (ascending || descending); ++i) {
     const int32_t order = _vrel_sort_compare(sort, i, i + 1);
-    if (order == 0 || (order < 0) != (first < 0)) return false;
+    ascending = ascending && order <= 0;
+    descending = descending && order >= 0;
   }
-  if (first > 0) _vrel_sort_reverse(sort, 0, count);
+  if (ascending == descending) return false;
+  if (descending) _vrel_sort_reverse(sort, 0, count);
   return true;
 }
 
