@@ -7,6 +7,7 @@ bad=0
 allowed='^(libc|libm|libpthread|ld-linux[a-z0-9-]*|libmsgpack(-?c)?|libtrova_manager)\.so'
 sanitizer='^lib(asan|ubsan|tsan|lsan)\.so'
 needed=$("$readelf" -d "$library" | sed -nE 's/.*NEEDED.*\[(.*)\]/\1/p')
+echo "$needed" | grep -q '^libtrova_manager' || { echo "$library does not need the manager"; bad=1; }
 foreign=$(echo "$needed" | grep -vE "$allowed|$sanitizer")
 # Where a sanitizer is linked, its runtime may bring libraries of the compiler.
 echo "$needed" | grep -qE "$sanitizer" && foreign=$(echo "$foreign" | grep -vE '^lib(gcc_s|stdc\+\+|dl|rt)\.so')
