@@ -6,7 +6,10 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
+
 #include <string>
+#include "error.h"
+#include "library_ident.h"
 
 namespace trova_cli {
 namespace {
@@ -67,15 +70,16 @@ DataObject DescribeTrack(const TrackView& track) {
 }
 
 void CollectionBuilder::Add(const Track& track) {
-  TrackIds ids = mapper_.Map(track);
+  const TrackIds ids = mapper_.Map(track);
   const std::optional<std::uint32_t> known = tracks_.Find(track.ident);
   if (known) {
-    ids.genres = tracks_.AddGenres(*known, ids.genres);
-    return AddGenres(track.ident.c_str(), ids.genres);
+    return AddGenres(*known, tracks_.AddGenres(*known, ids.genres));
   }
-  const TrackView view = tracks_.Get(tracks_.Add(track, ids));
-  AddData(view.ident, DescribeTrack(view));
-  if (view.genres.size() > 1) AddGenres(view.ident, view.genres.subspan(1));
+  if (tracks_.size() == kMaxTracks) throw CommandError("the library has too many tracks");
+  const std::uint32_t index = tracks_.Add(track, ids);
+  const TrackView view = tracks_.Get(index);
+  AddData(index, DescribeTrack(view));
+  if (view.genres.size() > 1) AddGenres(index, view.genres.subspan(1));
 }
 
 void CollectionBuilder::ReportLeftOut(Console& console) const {
@@ -88,16 +92,17 @@ void CollectionBuilder::ReportLeftOut(Console& console) const {
 }
 
 // An attribute reads one genre per data object; the library gathers what it reads under an ident.
-void CollectionBuilder::AddGenres(const char* ident, std::span<const std::uint32_t> genres) {
+void CollectionBuilder::AddGenres(std::uint32_t index, std::span<const std::uint32_t> genres) {
   for (const std::uint32_t id : genres) {
     const DataObject genre = MakeDataObject(TROVA_CTX_TRACK);
     AddNumber(genre, TROVA_VAL_GENRE_ID, id);
-    AddData(ident, genre);
+    AddData(index, genre);
   }
 }
 
-void CollectionBuilder::AddData(const char* ident, const DataObject& data) {
-  Check(trova_playlist_collection_ident_add(collection_, ident, data.get()), "add a track");
+void CollectionBuilder::AddData(std::uint32_t index, const DataObject& data) {
+  const LibraryIdent ident = IdentOfIndex(index);
+  Check(trova_playlist_collection_ident_add(collection_, ident.data(), data.get()), "add a track");
 }
 
 }  // namespace trova_cli

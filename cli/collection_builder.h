@@ -30,8 +30,8 @@ class CollectionBuilder {
   void ReportLeftOut(Console& console) const;
 
  private:
-  void AddGenres(const char* ident, std::span<const std::uint32_t> genres);
-  void AddData(const char* ident, const DataObject& data);
+  void AddGenres(std::uint32_t index, std::span<const std::uint32_t> genres);
+  void AddData(std::uint32_t index, const DataObject& data);
 
   trova_playlist_collection* collection_;
   NameMapper& mapper_;

@@ -12,6 +12,7 @@
 #include "commands.h"
 #include "error.h"
 #include "handles.h"
+#include "library_ident.h"
 #include "seed_finder.h"
 #include "statement_fault.h"
 #include "statement_source.h"
@@ -70,10 +71,10 @@ std::vector<std::uint32_t> OrderOf(const Results& results, const TrackStore& tra
   for (std::uint32_t i = 0; i < count; ++i) {
     const char* ident = nullptr;
     Check(trova_playlist_results_enum(results.get(), i, &ident), "read the results");
-    const std::optional<std::uint32_t> index = tracks.Find(ident);
-    if (!index || listed[*index]) continue;
-    listed[*index] = true;
-    order.push_back(*index);
+    const std::uint32_t index = IndexOfIdent(ident);
+    if (listed.at(index)) continue;
+    listed[index] = true;
+    order.push_back(index);
   }
   if (order.size() < count) {
     console.Note(fmt::format("{} of {} results repeat a track and are left out",

@@ -39,7 +39,6 @@ ExitCode Print(const std::string& text) {
 ExitCode ParseAndRun(int argc, const char* const* argv, Console& console) {
   CLI::App app("Playlists from a music library, by statement.", "trova");
   app.set_version_flag("--version", Version());
-  app.require_subcommand(1);
   app.footer("Exit codes: 0 results, 1 none, 2 error.");
   Action action;
   for (const Command& command : kCommands) {
@@ -58,6 +57,7 @@ ExitCode ParseAndRun(int argc, const char* const* argv, Console& console) {
   } catch (const CLI::ParseError& error) {
     throw CommandError(fmt::format("{} (see --help)", error.what()));
   }
+  if (!action) throw CommandError("say what to do: check, generate or lists (see --help)");
   return action(console);
 }
 

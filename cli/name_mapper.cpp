@@ -17,6 +17,7 @@ constexpr std::string_view kSeparators = ";|/,";
 // Distinct texts remembered per list. A file of nothing but different texts must not fill the
 // memory; the ones beyond are looked up again.
 constexpr std::size_t kTextsRemembered = 100'000;
+constexpr std::uint32_t kMaxYear = 9999;
 constexpr std::uint32_t kNearestShown = 3;
 constexpr std::size_t kUnknownShown = 100;
 
@@ -35,15 +36,19 @@ std::string QuotedNames(const std::vector<Element>& elements) {
 
 }  // namespace
 
-NameMapper::NameMapper(NameLists& lists) : lists_(lists) {
-  const std::uint32_t count = lists_.Count(ListKind::kEras);
-  for (std::uint32_t i = 0; i < count; ++i) {
-    const Element era = lists_.At(ListKind::kEras, i);
-    if (era.upper != 0 && era.lower <= era.upper) eras_.push_back({era.id, era.lower, era.upper});
+NameMapper::NameMapper(NameLists& lists) : lists_(lists), eras_(kMaxYear + 1) {
+  std::vector<Element> eras;
+  for (std::uint32_t i = 0; i < lists_.Count(ListKind::kEras); ++i) {
+    eras.push_back(lists_.At(ListKind::kEras, i));
   }
-  std::stable_sort(eras_.begin(), eras_.end(), [](const EraRange& a, const EraRange& b) {
-    return a.upper - a.lower < b.upper - b.lower;
+  // The narrow ones come last and stay.
+  std::stable_sort(eras.begin(), eras.end(), [](const Element& a, const Element& b) {
+    return a.upper - a.lower > b.upper - b.lower;
   });
+  for (const Element& era : eras) {
+    const std::uint32_t last = std::min(era.upper, kMaxYear);
+    for (std::uint32_t year = era.lower; year <= last; ++year) eras_[year] = era.id;
+  }
 }
 
 TrackIds NameMapper::Map(const Track& track) {
@@ -130,11 +135,7 @@ std::size_t NameMapper::Unknown(ListKind kind, std::string_view name) {
 }
 
 std::uint32_t NameMapper::EraOfYear(std::uint32_t year) const {
-  if (year == 0) return 0;
-  for (const EraRange& era : eras_) {
-    if (era.lower <= year && year <= era.upper) return era.id;
-  }
-  return 0;
+  return year == 0 || year > kMaxYear ? 0 : eras_[year];
 }
 
 }  // namespace trova_cli

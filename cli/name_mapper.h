@@ -45,11 +45,6 @@ class NameMapper {
     std::string name;
     std::size_t tracks = 0;
   };
-  struct EraRange {
-    std::uint32_t id;
-    std::uint32_t lower;
-    std::uint32_t upper;
-  };
   using Names = std::unordered_map<std::string, std::size_t>;
 
   void MapTexts(ListKind kind, std::span<const std::string> texts, std::vector<std::uint32_t>& ids);
@@ -60,7 +55,7 @@ class NameMapper {
   std::uint32_t EraOfYear(std::uint32_t year) const;
 
   NameLists& lists_;
-  std::vector<EraRange> eras_;  // the narrowest first
+  std::vector<std::uint32_t> eras_;  // by year: the id of the narrowest era, or 0
   std::array<std::unordered_map<std::string, Mapping>, kListInfos.size()> known_texts_;
   std::array<Names, kListInfos.size()> unknown_names_;
   std::vector<UnknownName> unknown_;  // in the order of their first tracks

@@ -46,7 +46,7 @@ const std::set<std::string>& AudioEndings() {
   static const std::set<std::string> endings = [] {
     std::set<std::string> all;
     for (const TagLib::String& ending : TagLib::FileRef::defaultFileExtensions()) {
-      all.insert("." + LowerAscii(Utf8(ending)));
+      all.insert(LowerAscii(Utf8(ending)));
     }
     return all;
   }();
@@ -89,8 +89,8 @@ bool HoldsAudio(const TagLib::AudioProperties* audio) {
 }  // namespace
 
 bool IsAudioName(std::string_view name) {
-  const std::string ending = LowerAscii(std::filesystem::path(name).extension().native());
-  return AudioEndings().contains(ending);
+  const std::string ending = std::filesystem::path(name).extension().native();
+  return !ending.empty() && AudioEndings().contains(LowerAscii(ending).substr(1));
 }
 
 bool ReadTags(const std::string& path, Track& track) {

@@ -20,15 +20,16 @@ class TextPool {
   std::optional<std::uint32_t> Find(std::string_view text) const;
   // Zero-terminated.
   const char* Get(std::uint32_t number) const { return bytes_.data() + offsets_[number]; }
-  std::uint32_t size() const noexcept { return static_cast<std::uint32_t>(offsets_.size()); }
+  std::uint32_t size() const noexcept { return static_cast<std::uint32_t>(offsets_.size() - 1); }
 
  private:
+  std::string_view View(std::uint32_t number) const;
   // The slot of a text, or the empty slot where it belongs.
   std::size_t SlotOf(std::string_view text) const;
   void Grow();
 
   std::vector<char> bytes_;
-  std::vector<std::uint32_t> offsets_;  // by number
+  std::vector<std::uint32_t> offsets_;  // by number; last, where the next text will stand
   std::vector<std::uint32_t> slots_;    // number plus 1, 0 for empty; a power of two, half full
 };
 
