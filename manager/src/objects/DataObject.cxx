@@ -2,6 +2,7 @@
 #include "objects/DataObject.hxx"
 
 #include <memory>
+#include <utility>
 
 #include "handles/Registry.hxx"
 #include "objects/Record.hxx"

@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <string_view>
+#include <utility>
 
 #include "handles/Registry.hxx"
 #include "trova_manager.h"
