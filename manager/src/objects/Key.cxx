@@ -1,9 +1,9 @@
 // Key: the name of a value or a child, with a tag that stands for it in comparisons.
 #include "objects/Key.hxx"
 
-#include <algorithm>
 #include <array>
 #include <bit>
+#include <type_traits>
 
 #include "trova_manager.h"
 
@@ -18,20 +18,29 @@ constexpr std::string_view kKnownKeys[] = {
     TROVA_VAL_TEMPO,     TROVA_CHILD_ALBUM,        TROVA_CHILD_MATCHED_TRACK,
 };
 
-// Up to eight bytes as a number, the first one lowest.
+constexpr size_t kWord = sizeof(uint64_t);
+
+// Bytes as a number, the first one lowest.
 constexpr uint64_t load(const char* bytes, size_t count) {
   uint64_t word = 0;
-  for (size_t i = count; i > 0; --i) word = word << 8 | static_cast<unsigned char>(bytes[i - 1]);
+  for (size_t i = 0; i < count; ++i) word |= uint64_t{static_cast<uint8_t>(bytes[i])} << (8 * i);
   return word;
+}
+
+// The same for eight bytes, which nearly all keys have: one load.
+constexpr uint64_t load_word(const char* bytes) {
+  if (std::is_constant_evaluated()) return load(bytes, kWord);
+  uint64_t word;
+  std::memcpy(&word, bytes, kWord);
+  return std::endian::native == std::endian::little ? word : __builtin_bswap64(word);
 }
 
 // Length and both ends tell keys apart: they share long prefixes and differ in their last word.
 constexpr uint32_t hash_of(std::string_view text) {
-  constexpr size_t kWord = sizeof(uint64_t);
   constexpr uint64_t kMultiplier = 0x9e3779b97f4a7c15;  // 2^64 divided by the golden ratio
-  const size_t end = std::min(text.size(), kWord);
-  const uint64_t head = load(text.data(), end);
-  const uint64_t tail = load(text.data() + text.size() - end, end);
+  const bool is_short = text.size() < kWord;
+  const uint64_t head = is_short ? load(text.data(), text.size()) : load_word(text.data());
+  const uint64_t tail = is_short ? head : load_word(text.data() + text.size() - kWord);
   const uint64_t mixed = (std::rotl(head, 29) ^ tail) + text.size();
   return static_cast<uint32_t>((mixed * kMultiplier) >> 32);
 }
