@@ -100,7 +100,16 @@ TROVA_MANAGER_API uint32_t trova_manager_last_error(uint32_t* out_code, const ch
  */
 TROVA_MANAGER_API const char* trova_manager_error_text(uint32_t code);
 
-/* Levels for the log functions: VREL_LOG_ERROR and so on of vrel_log.h, joined by "or". */
+/*
+ * Levels for the log functions: VREL_LOG_ERROR and so on of vrel_log.h, joined by "or". A line
+ * reads "TROVA PL error 0x90890002: out of memory (trova_playlist_collection_create)"; it has at
+ * most 4,095 bytes, and control characters in it become blanks.
+ *
+ * Both functions write the globals of vrel_log.h when they turn the log on or off or change its
+ * levels: no other thread may be inside the libraries then. Another descriptor or callback for the
+ * same levels may be set at any time; a line that is just being passed on still reaches the old
+ * callback.
+ */
 
 /*
  * Writes log lines of all packages to a file descriptor, one line per write(2).
