@@ -21,8 +21,11 @@ constexpr std::uint32_t kMaxYear = 9999;
 constexpr std::uint32_t kNearestShown = 3;
 constexpr std::size_t kUnknownShown = 100;
 
-void AddOnce(std::vector<std::uint32_t>& ids, std::uint32_t id) {
-  if (std::find(ids.begin(), ids.end(), id) == ids.end()) ids.push_back(id);
+template <typename Number>
+void AddOnce(std::vector<Number>& numbers, Number number) {
+  if (std::find(numbers.begin(), numbers.end(), number) == numbers.end()) {
+    numbers.push_back(number);
+  }
 }
 
 std::string QuotedNames(const std::vector<Element>& elements) {
@@ -79,11 +82,13 @@ void NameMapper::ReportUnknown(Console& console) {
 
 void NameMapper::MapTexts(ListKind kind, std::span<const std::string> texts,
                           std::vector<std::uint32_t>& ids) {
+  std::vector<std::size_t> unknown;
   for (const std::string& text : texts) {
     const Mapping& mapping = MappingOf(kind, text);
     for (const std::uint32_t id : mapping.ids) AddOnce(ids, id);
-    for (const std::size_t index : mapping.unknown) ++unknown_[index].tracks;
+    for (const std::size_t index : mapping.unknown) AddOnce(unknown, index);
   }
+  for (const std::size_t index : unknown) ++unknown_[index].tracks;
 }
 
 std::uint32_t NameMapper::MapOne(ListKind kind, const std::string& text) {
@@ -115,10 +120,7 @@ void NameMapper::Resolve(ListKind kind, std::string_view text, std::size_t separ
     ++separator;
   }
   if (separator == kSeparators.size()) {
-    const std::size_t index = Unknown(kind, text);
-    const auto known = std::find(mapping.unknown.begin(), mapping.unknown.end(), index);
-    if (known == mapping.unknown.end()) mapping.unknown.push_back(index);
-    return;
+    return AddOnce(mapping.unknown, Unknown(kind, text));
   }
   for (std::size_t at = 0; at <= text.size();) {
     const std::size_t end = std::min(text.find(kSeparators[separator], at), text.size());

@@ -13,7 +13,7 @@ namespace trova_cli {
 namespace {
 
 // Wide enough for any statement typed by hand, where no terminal says otherwise.
-constexpr std::size_t kColumnsOffTerminal = 1000;
+constexpr std::size_t kColumnsOffTerminal = 400;
 constexpr std::size_t kMinColumns = 20;
 constexpr std::string_view kIndent = "  ";
 

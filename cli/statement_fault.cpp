@@ -3,7 +3,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,12 +14,19 @@
 #include "error.h"
 #include "statement_excerpt.h"
 #include "statement_token.h"
+#include "text.h"
 
 namespace trova_cli {
 namespace {
 
 // The one complaint that comes after the whole statement was read.
 constexpr std::string_view kNotSupportedOperator = " does not support operator ";
+
+// A complaint may quote the whole rest of the statement.
+constexpr std::size_t kMessageColumns = 400;
+
+// The library cuts longer names.
+constexpr std::size_t kMaxProbe = 150;
 
 // The library's message for a code, "" when it has none. Valid until the next failing call.
 std::string LastMessage(std::uint32_t code) {
@@ -38,26 +47,45 @@ class FaultFinder {
  public:
   FaultFinder(std::string_view statement, trova_playlist_collection* collection)
       : statement_(statement), collection_(collection) {
-    while (statement_.find(probe_) != std::string_view::npos) probe_ += '_';
+    while (statement_.find(probe_) != std::string_view::npos && probe_.size() < kMaxProbe) {
+      probe_ += probe_;
+    }
     Token token = NextToken(statement_, 0);
     for (; token.kind != TokenKind::kEnd; token = NextToken(statement_, token.end)) {
       starts_.push_back(token.begin);
     }
     starts_.push_back(token.begin);
+    refused_ = starts_.size();
   }
 
   // The end of the statement when the library reads all of it and misses something.
-  std::size_t Find() const {
-    std::size_t good = 0;  // tokens that are accepted; no tokens always are
-    std::size_t bad = starts_.size();
-    while (bad - good > 1) {
-      const std::size_t middle = good + (bad - good) / 2;
-      (Accepts(starts_[middle]) ? good : bad) = middle;
-    }
-    return starts_[good];
+  // @param message  the library's complaint
+  std::size_t Find(const std::string& message) {
+    const std::size_t guess = Guess(message);
+    Look(guess);
+    if (accepted_ == guess) Look(guess + 1);
+    while (refused_ - accepted_ > 1) Look(accepted_ + (refused_ - accepted_) / 2);
+    return starts_[accepted_];
   }
 
  private:
+  // Most complaints quote the statement from the fault to its end, and two looks confirm it.
+  std::size_t Guess(const std::string& message) const {
+    const std::size_t open = message.find('\'');
+    const std::size_t close = message.rfind('\'');
+    if (open == close || close == open + 1) return starts_.size() - 1;
+    const std::string_view quoted(message.data() + open + 1, close - open - 1);
+    if (!statement_.ends_with(quoted)) return starts_.size() / 2;
+    const auto start = std::lower_bound(starts_.begin(), std::prev(starts_.end()),
+                                        statement_.size() - quoted.size());
+    return static_cast<std::size_t>(start - starts_.begin());
+  }
+
+  void Look(std::size_t tokens) {
+    if (tokens >= refused_) return;
+    (Accepts(starts_[tokens]) ? accepted_ : refused_) = tokens;
+  }
+
   bool Accepts(std::size_t length) const {
     const std::string stretch = fmt::format("{} {}", statement_.substr(0, length), probe_);
     const std::uint32_t code =
@@ -69,6 +97,8 @@ class FaultFinder {
   trova_playlist_collection* collection_;
   std::string probe_ = "trova_probe_";  // begins no keyword, names no attribute
   std::vector<std::size_t> starts_;     // where tokens begin; last, where the statement ends
+  std::size_t accepted_ = 0;            // so many tokens are accepted; no token always is
+  std::size_t refused_ = 0;             // so many are not
 };
 
 bool IsLiteral(const Token& token) {
@@ -144,7 +174,7 @@ Fault SyntaxFault(const ExpandedStatement& statement, std::string message, NameL
     return {message, op ? std::optional(op->begin) : std::nullopt};
   }
   const Collection collection = MakeCollection();
-  const std::size_t place = FaultFinder(text, collection.get()).Find();
+  const std::size_t place = FaultFinder(text, collection.get()).Find(message);
   if (message.empty()) message = "a quote that is not closed before the end or a semicolon";
   if (message.starts_with("attribute ")) message += BracesHint(text, place, lists);
   return {message, place};
@@ -205,7 +235,7 @@ void ThrowStatementFault(const ExpandedStatement& statement, std::uint32_t code,
   if (fault.place) {
     excerpt = StatementExcerpt(statement.original(), statement.OriginalPlace(*fault.place));
   }
-  throw CommandError(fault.message, excerpt);
+  throw CommandError(FitStart(Printable(fault.message), kMessageColumns), excerpt);
 }
 
 }  // namespace trova_cli

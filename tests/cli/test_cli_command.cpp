@@ -2,12 +2,16 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pty.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdlib>
+#include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "cli_test_files.h"
@@ -181,6 +185,22 @@ TEST_F(test_cli_command, every_genre_counts_and_no_track_stands_twice) {
   EXPECT_TRUE(Has(twice.err, "1 of 4 results repeat a track")) << twice.err;
 }
 
+// The library knows idents by a hash, under which these two names are one.
+TEST_F(test_cli_command, tracks_with_names_of_one_hash_stay_apart) {
+  const std::string table = folder_.Write("hash.csv", "path,genre\nAa,Rock\nB@,Jazz\n");
+  EXPECT_EQ(RunTrova({"generate", "--library", table, "--output", "paths",
+                      "genpl where qx_genre = {Jazz}"})
+                .out,
+            "B@\n");
+}
+
+TEST_F(test_cli_command, a_repeated_ident_adds_its_genres) {
+  const std::string table =
+      folder_.Write("twice.csv", "path,title,genre\na,First,Rock\na,Second,Jazz\na,Third,Rock\n");
+  EXPECT_EQ(RunTrova({"generate", "--library", table, "genpl where qx_genre = {Jazz}"}).out,
+            "#  Title  Artist  Album  Year  Genre\n1  First                       Rock, Jazz\n");
+}
+
 TEST_F(test_cli_command, an_audio_folder_gives_a_playlist_of_its_files) {
   const TestFolder folder;
   WriteAudio(folder, "x/one.flac", {{"TITLE", "One"}, {"GENRE", "Rock"}, {"DATE", "1975"}});
@@ -211,11 +231,24 @@ TEST_F(test_cli_command, colour_and_width_follow_the_terminal) {
   EXPECT_TRUE(Has(RunOnTerminal(wrong, nullptr), "\x1b["));
   EXPECT_FALSE(Has(RunOnTerminal(wrong, "1"), "\x1b["));
   EXPECT_FALSE(Has(RunTrova(wrong).err, "\x1b["));
-  const TestFolder folder;
-  const std::string table = folder.Write(
+  const std::string table = folder_.Write(
       "t.csv", "title,artist,year,genre\n" + std::string(200, 'x') + ",Somebody,1975,Rock\n");
   const std::string shown = RunOnTerminal({"generate", "--library", table, "genpl"}, "1");
   EXPECT_TRUE(Has(shown, "x…  Somebody") && Has(shown, "1975  Rock")) << shown;
+}
+
+TEST_F(test_cli_command, a_long_scan_shows_its_progress_on_a_terminal) {
+  const std::string pipe = folder_.Path("slow.csv");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::thread feeder([&] {
+    std::ofstream stream(pipe);
+    stream << "title,year\na,1975\n" << std::flush;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1200));
+    stream << "b,1975\n";
+  });
+  const std::string shown = RunOnTerminal({"generate", "--library", pipe, "genpl"}, "1");
+  feeder.join();
+  EXPECT_TRUE(Has(shown, "\r\x1b[K2 tracks read\r\x1b[K")) << shown;
 }
 
 }  // namespace
