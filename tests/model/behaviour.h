@@ -1,0 +1,54 @@
+// behaviour.h: attributes that the tests register. What they answer is a function of their
+// settings, and each call notes itself, so that the library and the model can be compared by call.
+#ifndef BEHAVIOUR_H
+#define BEHAVIOUR_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "trova_playlist_provider.h"
+
+struct Outcome {
+  uint32_t code = 0;
+  int32_t score = 0;
+};
+
+struct Target {
+  uint32_t op = 0;
+  std::string text = {};
+};
+
+// Captures the values under a key of its own: "#" and digits are an integer, all else is text.
+struct Behaviour {
+  std::string name = {};
+  std::vector<uint32_t> operators = {10, 11, 12, 13, 14, 15, 20};
+  uint32_t past_end = 0x10890003;
+  bool scores_integers = true;
+  bool scores_strings = true;
+  bool wild = false;  // evaluates to warnings, failures and extreme scores, too
+
+  std::string key() const { return "value of " + name; }
+  uint32_t operator_at(uint32_t index, uint32_t* out_operator) const;
+  void start(const char* what) const { note(what, 0); }
+  // `text` may be null. "0x" and hexadecimal digits are refused with that code.
+  uint32_t prepare(Target* target, uint32_t op, const char* text) const;
+  uint32_t prepare_without_value(Target* target, uint32_t op) const;
+  Outcome score(const Target& target, uint32_t value) const;
+  Outcome score(const Target& target, const std::string& value) const;
+
+ private:
+  uint32_t note(const std::string& what, uint32_t code) const;
+};
+
+extern std::vector<std::string> g_calls;
+extern int g_open_contexts;
+
+std::string hex(uint32_t code);
+
+// Records for the library to register, each with settings of its own.
+inline constexpr int kBehaviours = 6;
+extern Behaviour g_behaviours[kBehaviours];
+trova_playlist_attribute_provider provider_of(int behaviour);
+
+#endif  // BEHAVIOUR_H

@@ -1,0 +1,216 @@
+// model.h: collections, the statement language and its evaluation once more, written for clarity.
+// Tests compare the library with it: codes, messages, orders and provider calls.
+#ifndef MODEL_H
+#define MODEL_H
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "behaviour.h"
+#include "trova_mock.h"
+
+namespace model {
+
+inline constexpr uint32_t kNoMemberCode = 0x100d0003;
+inline constexpr uint32_t kUnsupported = 0x9089003c;
+inline constexpr uint32_t kSyntax = 0x90890601;
+
+inline bool failed(uint32_t code) {
+  return (code & 0x80000000u) != 0;
+}
+uint32_t map_error(uint32_t code);
+// Decimal text as a C library with a long of 32 bits reads it.
+uint32_t to_u32(const std::string& text);
+int32_t to_i32(const std::string& text);
+
+// The library's quicksort, exchange by exchange. Each of its steps is visible in the order of equal
+// elements.
+template <class T, class Compare>
+void quicksort(std::vector<T>& items, size_t lo, size_t hi, Compare compare) {
+  while (lo < hi) {
+    size_t i = lo + 1;
+    size_t j = hi;
+    while (j > i) {
+      if (compare(items[i], items[lo]) <= 0) {
+        ++i;
+      } else if (--j != i) {
+        std::swap(items[i], items[j]);
+      }
+    }
+    std::swap(items[lo], items[i - 1]);
+    quicksort(items, lo, i - 1, compare);
+    lo = j;
+  }
+}
+
+// A vector that stays sorted once it has been: later elements go in before their equals.
+template <class T>
+struct Array {
+  using Compare = int32_t (*)(const T&, const T&);
+  std::vector<T> items;
+  Compare compare = nullptr;
+  bool sorted = false;
+
+  void sort(Compare wanted) {
+    if (wanted == compare && sorted) return;
+    compare = wanted;
+    quicksort(items, 0, items.size(), compare);
+    sorted = true;
+  }
+
+  void add(const T& value) {
+    items.insert(items.begin() + static_cast<ptrdiff_t>(sorted ? place(value) : items.size()),
+                 value);
+  }
+
+  // Where a binary search that stops at the first equal element it meets ends.
+  size_t place(const T& value) const {
+    if (items.empty()) return 0;
+    ptrdiff_t lo = -1;
+    ptrdiff_t hi = static_cast<ptrdiff_t>(items.size()) - 1;
+    while (hi - lo >= 2) {
+      const ptrdiff_t mid = (lo + hi) / 2;
+      const int32_t order = compare(items[static_cast<size_t>(mid)], value);
+      if (order == 0) return static_cast<size_t>(mid);
+      (order < 0 ? lo : hi) = mid;
+    }
+    const auto last = static_cast<size_t>(hi);
+    return compare(items[last], value) < 0 ? last + 1 : last;
+  }
+};
+
+// Strings in one buffer; an id is an offset, and a string is known by its hash alone.
+class StringTable {
+ public:
+  uint32_t add(const std::string& text);
+  std::optional<uint32_t> find(const std::string& text) const;
+  std::string get(uint32_t id) const { return buffer_.c_str() + id; }
+  void blank(uint32_t id);
+  // Gives a blanked string its place again if it has the length of what was blanked there first.
+  void restore(uint32_t id, const std::string& text);
+  std::vector<uint32_t> ids() const;  // in the order of their hashes
+
+ private:
+  std::map<uint32_t, uint32_t> ids_by_hash_;
+  std::map<uint32_t, size_t> blanked_;
+  std::string buffer_;
+};
+
+// One captured value: an integer, or the id of a text in the collection's values.
+struct Record {
+  bool is_text = false;
+  uint32_t value = 0;
+  uint32_t ident = 0;
+};
+
+struct ListAttribute;  // a built-in attribute that takes its values from a list
+
+struct Attribute {
+  std::string name;
+  const ListAttribute* list = nullptr;
+  const Behaviour* custom = nullptr;  // without either, these tests have no data for it
+  Array<Record> records = {};
+
+  Attribute(const std::string& built_in);
+  Attribute(const Behaviour& behaviour) : name(behaviour.name), custom(&behaviour) {}
+  bool supports(uint32_t op) const;
+  // The values as a behaviour reads them: "#" and digits are an integer.
+  std::vector<std::string> capture(const trova_mock::ObjectData& data) const;
+};
+
+// What a comparison compares with.
+class Context {
+ public:
+  explicit Context(const Attribute& attribute);
+  uint32_t set_text(uint32_t op, const std::string* literal);
+  uint32_t set_seed(uint32_t op, const trova_mock::ObjectData& seed);
+  Outcome score(uint32_t value);
+  Outcome score(const std::string& value);
+
+ private:
+  uint32_t settle();
+  Outcome like(uint32_t value) const;
+  bool era_holds(uint32_t lower, uint32_t upper) const;
+
+  const Attribute& attribute_;
+  Target target_;
+  const trova_mock::ListData* list_ = nullptr;
+  const trova_mock::CorrelateTable* correlates_ = nullptr;
+  const std::map<uint32_t, int32_t>* scores_ = nullptr;
+  uint32_t value_ = 0, level_ = 0, start_ = 0, end_ = 0;
+};
+
+struct Collection {
+  std::vector<std::unique_ptr<Attribute>> attributes;
+  StringTable idents;
+  StringTable values;
+
+  explicit Collection(const std::vector<Attribute>& registry);
+  Attribute* find(const std::string& name) const;
+  void add(const std::string& ident, const trova_mock::ObjectData& data);
+  uint32_t remove(const std::string& ident);
+};
+
+int32_t compare_ident(const Record& a, const Record& b);
+
+// ------------------------------------------------------------------------------- Statements
+
+// clang-format off
+enum Kind : int {
+  kUnknown = 0, kGenerate, kPlaylist, kGenpl, kWhereAll, kWhere, kAnd, kOr, kOrder, kMultiply,
+  kDivide, kPlus, kMinus, kLimit, kPer, kResults, kIdentifier, kString, kNumber, kRand, kSeed,
+  kDoubleQuote, kSingleQuote, kComma, kLeft, kRight, kEqual, kNotEqual, kLess, kLessOrEqual,
+  kGreater, kGreaterOrEqual, kLike, kEnd
+};
+// clang-format on
+
+struct Node {
+  Kind kind;
+  std::optional<std::string> text;
+  std::unique_ptr<Node> left, right;
+  Attribute* attribute = nullptr;
+  std::unique_ptr<Context> context;
+  bool usable = false;
+};
+using Tree = std::unique_ptr<Node>;
+
+inline bool is_comparison(const Node& node) {
+  return node.kind >= kEqual && node.kind <= kLike;
+}
+// One whose sides are no comparisons themselves.
+inline bool is_operand_comparison(const Node& node) {
+  return is_comparison(node) && !is_comparison(*node.left) && !is_comparison(*node.right);
+}
+// AND, OR and arithmetic.
+inline bool joins(const Node& node) {
+  return node.kind == kAnd || node.kind == kOr || (node.kind >= kMultiply && node.kind <= kMinus);
+}
+
+// How a statement ends early.
+struct Failure {
+  uint32_t code;
+  std::optional<std::string> message;
+};
+
+struct Statement {
+  std::vector<Tree> trees;
+  bool seed_used = false;
+};
+
+// Throws Failure.
+Statement parse(const std::string& text, const Collection& collection);
+// The operator as an attribute sees it that stands left or right of it.
+uint32_t attribute_operator(Kind kind, bool reversed);
+
+// Runs a statement and answers the idents in playlist order. Throws Failure.
+std::vector<std::string> generate(const std::string& text, Collection& collection,
+                                  const trova_mock::ObjectData* seed);
+
+}  // namespace model
+
+#endif  // MODEL_H
