@@ -42,10 +42,16 @@ uint32_t playlist_gdo_initialize();
 void _playlist_value_strings_delete(uintptr_t text);
 
 // The built-in attributes, each in a file of its own.
+uint32_t playlist_initialize_attribute_albumname();
+uint32_t playlist_initialize_attribute_artistname();
 uint32_t playlist_initialize_attribute_arttype();
 uint32_t playlist_initialize_attribute_era();
 uint32_t playlist_initialize_attribute_genre();
 uint32_t playlist_initialize_attribute_origin();
+// Starts the mood arithmetic first, and registers nothing when that fails.
+uint32_t playlist_initialize_attribute_mood();
+uint32_t playlist_shutdown_attribute_mood();
+uint32_t playlist_initialize_attribute_tempo();
 
 // Calls of slots that a provider may leave out.
 

@@ -45,10 +45,10 @@ constexpr KeyMapEntry kKeyMap[] = {
 
 // The order is that of every enumeration of attributes.
 constexpr uint32_t (*kBuiltIns[])() = {
-    playlist_initialize_attribute_arttype,
-    playlist_initialize_attribute_era,
-    playlist_initialize_attribute_genre,
-    playlist_initialize_attribute_origin,
+    playlist_initialize_attribute_albumname, playlist_initialize_attribute_artistname,
+    playlist_initialize_attribute_arttype,   playlist_initialize_attribute_era,
+    playlist_initialize_attribute_genre,     playlist_initialize_attribute_origin,
+    playlist_initialize_attribute_mood,      playlist_initialize_attribute_tempo,
 };
 
 // Guards the making of the key map, which the first data view asks for.
@@ -89,7 +89,7 @@ uint32_t playlist_attributes_shutdown() {
   }
   g_playlist_gdo_key_map = nullptr;
   vrel_spinlock_unlock(&g_key_map_lock);
-  return 0;
+  return playlist_shutdown_attribute_mood();
 }
 
 uint32_t playlist_register_attribute(const AttributeProvider* provider) {

@@ -1,0 +1,288 @@
+// similarity_test: the arithmetic of moods, tempos and names, by itself and through statements.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "playlist_dsp.h"
+#include "trova_manager.h"
+#include "trova_playlist.h"
+#include "vrel_string_fuzzy.h"
+
+namespace {
+
+using Values = std::vector<std::pair<const char*, std::string>>;
+using Object = std::unique_ptr<trova_gdo, decltype(&trova_manager_gdo_release)>;
+
+Object make_object(const char* context, const Values& values) {
+  trova_gdo* object = nullptr;
+  EXPECT_EQ(trova_manager_gdo_create(context, &object), 0u);
+  for (const auto& [key, text] : values) {
+    EXPECT_EQ(trova_manager_gdo_add_value(object, key, text.c_str()), 0u);
+  }
+  return Object(object, trova_manager_gdo_release);
+}
+
+class SimilarityTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ManagerHandle* manager = nullptr;
+    ASSERT_EQ(trova_manager_start(nullptr, &manager), 0u);
+    ASSERT_EQ(trova_playlist_initialize(manager), 0u);
+    ASSERT_EQ(trova_playlist_collection_create("likes", &collection_), 0u);
+  }
+
+  void TearDown() override {
+    EXPECT_EQ(trova_playlist_collection_release(collection_), 0u);
+    EXPECT_EQ(trova_playlist_shutdown(), 0u);
+    EXPECT_EQ(trova_manager_stop(), 0u);
+  }
+
+  void add(const char* ident, const Values& values, const char* context = TROVA_CTX_TRACK) {
+    const Object object = make_object(context, values);
+    EXPECT_EQ(trova_playlist_collection_ident_add(collection_, ident, object.get()), 0u);
+  }
+
+  uint32_t id_of(const char* type, const char* name) {
+    trova_list* list = nullptr;
+    trova_manager_element element = {};
+    EXPECT_EQ(trova_manager_list_load(type, &list), 0u);
+    EXPECT_EQ(trova_manager_list_find(list, name, &element), 0u) << name;
+    trova_manager_list_release(list);
+    return element.id;
+  }
+
+  static std::string listed(uint32_t code, trova_playlist_results* results) {
+    if (code != 0) return "code " + std::to_string(code);
+    std::vector<std::string> idents;
+    const char* ident = nullptr;
+    for (uint32_t i = 0; trova_playlist_results_enum(results, i, &ident) == 0; ++i) {
+      idents.emplace_back(ident);
+    }
+    EXPECT_EQ(trova_playlist_results_release(results), 0u);
+    std::sort(idents.begin(), idents.end());
+    std::string all;
+    for (const std::string& each : idents) all += (all.empty() ? "" : " ") + each;
+    return all;
+  }
+
+  // The idents that a where part selects, in alphabetical order.
+  std::string selected(const std::string& where, trova_gdo* seed = nullptr) {
+    trova_playlist_results* results = nullptr;
+    const uint32_t code = trova_playlist_generate_playlist(
+        nullptr, ("genpl where " + where).c_str(), collection_, seed, &results);
+    return listed(code, results);
+  }
+
+  std::string like_this(const Values& seed_values) {
+    const Object seed = make_object(TROVA_CTX_TRACK, seed_values);
+    trova_user* user = nullptr;
+    trova_playlist_results* results = nullptr;
+    EXPECT_EQ(trova_manager_user_create("tester", &user), 0u);
+    const uint32_t code =
+        trova_playlist_generate_morelikethis(user, collection_, seed.get(), &results);
+    EXPECT_EQ(trova_manager_user_release(user), 0u);
+    return listed(code, results);
+  }
+
+  trova_playlist_collection* collection_ = nullptr;
+};
+
+// ------------------------------------------------------------------------------------ Tempo
+
+TEST_F(SimilarityTest, tempo_likeness_follows_the_curve) {
+  const struct {
+    uint32_t a, b;
+    int32_t score;
+  } rows[] = {{120, 125, 982}, {125, 120, 982}, {60, 180, 476},         {0, 400, -727},
+              {0, 320, -727},  {97, 97, 1000},  {320, UINT32_MAX, 1000}};
+  for (const auto& row : rows) {
+    int32_t score = 0;
+    EXPECT_EQ(dsp_primary_tempo_similarity(row.a, row.b, &score), 0u);
+    EXPECT_EQ(score, row.score) << row.a << " and " << row.b;
+  }
+  EXPECT_EQ(dsp_primary_tempo_similarity(1, 2, nullptr), 62u);
+}
+
+TEST_F(SimilarityTest, tempo_statements_compare_numbers_and_equality_goes_through_the_list) {
+  add("slow", {{TROVA_VAL_TEMPO, "60"}});
+  add("walk", {{TROVA_VAL_TEMPO, "120"}});
+  add("run", {{TROVA_VAL_TEMPO, "180"}});
+  add("album", {{TROVA_VAL_TEMPO, "120"}}, TROVA_CTX_ALBUM);  // albums have no tempo of their own
+  const std::string andante = std::to_string(id_of(TROVA_LIST_TEMPOS, "Larghetto"));
+  const std::pair<std::string, std::string> rows[] = {
+      {"(qx_tempo like 125) = 982", "walk"},
+      {"(qx_tempo like 60) = 476", "run"},
+      {"qx_tempo > 60", "run walk"},
+      {"qx_tempo <= 120", "slow walk"},
+      {"qx_tempo = 120", "walk"},
+      {"qx_tempo = " + andante, "slow"},
+      {"qx_tempo != " + andante, "run walk"},
+      {"qx_tempo < " + andante, "run slow walk"},
+  };
+  for (const auto& [where, idents] : rows) EXPECT_EQ(selected(where), idents) << where;
+}
+
+// ------------------------------------------------------------------------------------- Mood
+
+TEST_F(SimilarityTest, mood_profiles_are_read_as_pairs) {
+  std::string many;
+  for (int i = 1; i <= 40; ++i) many += std::to_string(i) + ":" + std::to_string(i) + ",";
+  const struct {
+    const char* text;
+    uint32_t count, last_id, last_weight;  // of the slot behind the pairs before the last one
+  } rows[] = {{"12:80,15:20", 2, 15, 20}, {"12:80,15", 1, 12, 80}, {"12:80,", 1, 12, 80},
+              {many.c_str(), 17, 17, 17}, {"7: 5", 1, 7, 5},       {"12:80;15:20", 1, 12, 80}};
+  for (const auto& row : rows) {
+    RawMoodVector vector;
+    EXPECT_EQ(playlist_fill_mood_vector(row.text, &vector), 0u);
+    ASSERT_EQ(vector.count, row.count) << row.text;
+    EXPECT_EQ(vector.ids[row.count - 1], row.last_id) << row.text;
+    EXPECT_EQ(vector.weights[row.count - 1], row.last_weight) << row.text;
+  }
+  RawMoodVector vector;
+  EXPECT_EQ(playlist_fill_mood_vector("12:80,15", &vector), 0u);
+  EXPECT_EQ(vector.ids[1], 15u);  // stored, though it does not count
+  EXPECT_EQ(playlist_fill_mood_vector("12:80", nullptr), PLERR_InvalidArg);
+}
+
+TEST_F(SimilarityTest, mood_distance_is_linear_between_the_same_place_and_the_farthest) {
+  NormalizedMoodVector seed = {};
+  RawMoodVector raw = {};
+  int32_t score = 1;
+  EXPECT_EQ(dsp_mood_similarity(&seed, &raw, &score), 62u);
+  EXPECT_EQ(score, 0);
+  EXPECT_EQ(dsp_mood_similarity(nullptr, &raw, &score), 62u);
+  EXPECT_EQ(dsp_mood_normalize_vector(&raw, &seed, nullptr), 62u);
+  // Without a correlate set, B is 0 and the coordinates decide alone.
+  raw.count = 1;
+  seed.count = 1;
+  const std::pair<float, int32_t> rows[] = {{0.0f, 1000}, {100.0f, 0}, {-50.0f, 500}, {25.9f, 750}};
+  for (const auto& [coordinate, expected] : rows) {
+    seed.coordinates[0] = coordinate;
+    EXPECT_EQ(dsp_mood_similarity(&seed, &raw, &score), 0u);
+    EXPECT_EQ(score, expected) << coordinate;
+  }
+}
+
+TEST_F(SimilarityTest, the_seed_decides_whether_profiles_or_ids_are_compared) {
+  const std::string happy = std::to_string(id_of(TROVA_LIST_MOODS, "Happy"));
+  const std::string sad = std::to_string(id_of(TROVA_LIST_MOODS, "Sad"));
+  const std::string profile = happy + ":70," + sad + ":30";
+  add("both", {{TROVA_VAL_MOOD_DATA, profile}, {TROVA_VAL_MOOD_ID, sad}});
+  add("id", {{TROVA_VAL_MOOD_ID, happy}});
+  const Object with_profile =
+      make_object(TROVA_CTX_TRACK, {{TROVA_VAL_MOOD_DATA, profile}, {TROVA_VAL_MOOD_ID, happy}});
+  const Object with_id = make_object(TROVA_CTX_EXTDATA, {{TROVA_VAL_MOOD_ID, happy}});
+  EXPECT_EQ(selected("(qx_mood like seed) = 1000", with_profile.get()), "both");
+  EXPECT_EQ(selected("(qx_mood like seed) = 1000", with_id.get()), "id");
+  EXPECT_EQ(selected("(qx_mood like seed) < 0", with_id.get()), "both");
+  EXPECT_EQ(selected("qx_mood = " + sad), "both");
+  EXPECT_EQ(selected("qx_mood = 0"), "code " + std::to_string(PLERR_InvalidData));
+}
+
+// ------------------------------------------------------------------------------------ Names
+
+// The size of the intersection, found the slow way.
+float slow_likeness(const std::string& a, const std::string& b) {
+  std::map<std::pair<char, char>, int> pairs;
+  const auto each = [](const std::string& text, auto visit) {
+    std::string low = text;
+    std::transform(low.begin(), low.end(), low.begin(), ::tolower);
+    visit({low[0], '\0'});
+    for (size_t i = 0; i < low.size(); ++i) visit({low[i], low[i + 1]});
+  };
+  each(a, [&](std::pair<char, char> pair) { ++pairs[pair]; });
+  int common = 0;
+  each(b, [&](std::pair<char, char> pair) { common += pairs[pair]-- > 0 ? 1 : 0; });
+  const float total = static_cast<float>(a.size() + b.size() + 2);
+  return static_cast<float>(common) / (total * 0.5f);
+}
+
+TEST_F(SimilarityTest, text_likeness_is_the_share_of_common_pairs) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 2000; ++round) {
+    std::string texts[2];
+    for (std::string& text : texts) {
+      text.resize(1 + random() % (round % 20 == 0 ? 400 : 30));
+      for (char& c : text) c = static_cast<char>("abcABC "[random() % 7]);
+    }
+    EXPECT_EQ(vrel_string_fuzzycmp(texts[0].c_str(), texts[1].c_str(), 0),
+              slow_likeness(texts[0], texts[1]))
+        << texts[0] << " | " << texts[1];
+  }
+  const struct {
+    std::string a, b;
+    uint32_t flags;
+    float likeness;
+  } rows[] = {
+      {"Miles", "mILES", 0, 1.0f},
+      {"a  b", "a b", 1, 1.0f},
+      {"a  b", "a b", 0, 8.0f / 9.0f},
+      {"", "a", 0, 0.0f},
+      {" \t ", "a", 1, 0.0f},
+      {" \t ", " ", 1, 0.0f},
+      {"abc", "xyz", 0, 0.0f},
+      {"\xc3\x89t\xc3\xa9", "\xc3\xa9t\xc3\xa9", 0, 0.5f},  // only ASCII letters lose their case
+      {std::string(200, 'x'), std::string(200, 'X'), 0, 1.0f},
+      {"a\xff junk", "a", 0, 2.0f / 3.0f},
+      {"\xf0\x9f\x8e\xb5", "\xef\x8e\xb5", 0, 1.0f},  // U+1F3B5 counts as U+F3B5
+  };
+  for (const auto& row : rows) {
+    EXPECT_FLOAT_EQ(vrel_string_fuzzycmp(row.a.c_str(), row.b.c_str(), row.flags), row.likeness)
+        << row.a << " | " << row.b;
+  }
+}
+
+TEST_F(SimilarityTest, names_are_equal_without_case_and_alike_by_their_pairs) {
+  add("miles", {{TROVA_VAL_ARTIST, "Miles Davis"}});
+  add("bjork", {{TROVA_VAL_ARTIST, "Bj\xc3\xb6rk"}});
+  const Object seed = make_object(TROVA_CTX_TRACK, {{TROVA_VAL_ARTIST, "MILES DAVIS"}});
+  const Object nameless = make_object(TROVA_CTX_TRACK, {});
+  const std::string book(100'000, 'm');
+  EXPECT_EQ(selected("qx_artistname = 'miles davis'"), "miles");
+  EXPECT_EQ(selected("qx_artistname = \"BJ\xc3\xb6RK\""), "bjork");
+  EXPECT_EQ(selected("qx_artistname = \"bj\xc3\x96rk\""),
+            "");  // other than ASCII: letter by letter
+  EXPECT_EQ(selected("qx_artistname != ''"), "bjork miles");
+  EXPECT_EQ(selected("qx_artistname like ''"), "");
+  EXPECT_EQ(selected("(qx_artistname like seed) = 1000", seed.get()), "miles");
+  EXPECT_EQ(selected("qx_artistname like seed", nameless.get()), "");
+  EXPECT_EQ(selected("qx_artistname like '" + book + "'"), "miles");  // the first 299 bytes
+}
+
+TEST_F(SimilarityTest, a_track_has_the_title_of_each_of_its_albums) {
+  const Object track = make_object(TROVA_CTX_TRACK, {});
+  for (const char* title : {"Kind of Blue", "The Best of"}) {
+    const Object album = make_object(TROVA_CTX_ALBUM, {{TROVA_VAL_TITLE, title}});
+    trova_manager_gdo_add_child(track.get(), TROVA_CHILD_ALBUM, album.get());
+  }
+  EXPECT_EQ(trova_playlist_collection_ident_add(collection_, "t", track.get()), 0u);
+  EXPECT_EQ(selected("qx_albumname = 'kind of blue'"), "t");
+  EXPECT_EQ(selected("qx_albumname = 'the best of'"), "t");
+  EXPECT_EQ(selected("(qx_albumname like seed) = 1000", track.get()), "t");
+}
+
+// --------------------------------------------------------------------------- More like this
+
+TEST_F(SimilarityTest, more_like_this_takes_mood_or_genre_and_does_without_either) {
+  const std::string bebop = std::to_string(id_of(TROVA_LIST_GENRES, "Bebop"));
+  const std::string techno = std::to_string(id_of(TROVA_LIST_GENRES, "Techno"));
+  const std::string calm = std::to_string(id_of(TROVA_LIST_MOODS, "Calm"));
+  const std::string angry = std::to_string(id_of(TROVA_LIST_MOODS, "Angry"));
+  add("calm-bebop", {{TROVA_VAL_GENRE_ID, bebop}, {TROVA_VAL_MOOD_DATA, calm + ":100"}});
+  add("angry-bebop", {{TROVA_VAL_GENRE_ID, bebop}, {TROVA_VAL_MOOD_DATA, angry + ":100"}});
+  add("calm-techno", {{TROVA_VAL_GENRE_ID, techno}, {TROVA_VAL_MOOD_DATA, calm + ":100"}});
+  add("angry-techno", {{TROVA_VAL_GENRE_ID, techno}, {TROVA_VAL_MOOD_DATA, angry + ":100"}});
+  EXPECT_EQ(like_this({{TROVA_VAL_GENRE_ID, bebop}, {TROVA_VAL_MOOD_DATA, calm + ":100"}}),
+            "angry-bebop calm-bebop calm-techno");
+  EXPECT_EQ(like_this({{TROVA_VAL_GENRE_ID, bebop}}), "angry-bebop calm-bebop");
+  EXPECT_EQ(like_this({{TROVA_VAL_MOOD_DATA, calm + ":100"}}), "calm-bebop calm-techno");
+  EXPECT_EQ(like_this({{TROVA_VAL_ARTIST, "Nobody"}}), "");
+}
+
+}  // namespace
