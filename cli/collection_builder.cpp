@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
-
 #include <string>
+
 #include "error.h"
 #include "library_ident.h"
 
@@ -37,25 +37,34 @@ void AddAlbums(const DataObject& object, const TrackView& track) {
   }
 }
 
-// "id:weight,id:weight": the moods weigh alike, and what 100 leaves over goes to the first. Beyond
-// 100 moods nothing is left to give.
+// "id:weight,id:weight"
 std::string MoodProfile(std::span<const std::uint32_t> moods) {
-  moods = moods.first(std::min(moods.size(), kWholeWeight));
-  const std::size_t share = kWholeWeight / moods.size();
+  const std::vector<std::size_t> weights = MoodWeights(moods.size());
   std::string profile;
-  for (std::size_t i = 0; i < moods.size(); ++i) {
-    const std::size_t weight = i > 0 ? share : share + kWholeWeight % moods.size();
-    fmt::format_to(std::back_inserter(profile), "{}{}:{}", i > 0 ? "," : "", moods[i], weight);
+  for (std::size_t i = 0; i < weights.size(); ++i) {
+    fmt::format_to(std::back_inserter(profile), "{}{}:{}", i > 0 ? "," : "", moods[i], weights[i]);
   }
   return profile;
 }
 
 }  // namespace
 
+const char* DescribedArtist(const TrackView& track) {
+  return *track.artist == '\0' ? track.album_artist : track.artist;
+}
+
+std::vector<std::size_t> MoodWeights(std::size_t count) {
+  if (count == 0) return {};
+  count = std::min(count, kWholeWeight);
+  std::vector<std::size_t> weights(count, kWholeWeight / count);
+  weights.front() += kWholeWeight % count;
+  return weights;
+}
+
 DataObject DescribeTrack(const TrackView& track) {
   DataObject object = MakeDataObject(TROVA_CTX_TRACK);
   AddText(object, TROVA_VAL_TITLE, track.title);
-  AddText(object, TROVA_VAL_ARTIST, *track.artist == '\0' ? track.album_artist : track.artist);
+  AddText(object, TROVA_VAL_ARTIST, DescribedArtist(track));
   AddAlbums(object, track);
   AddNumber(object, TROVA_VAL_ERA_ID, track.era);
   AddNumber(object, TROVA_VAL_ORIGIN_ID, track.origin);

@@ -2,8 +2,10 @@
 #ifndef TROVA_CLI_COLLECTION_BUILDER_H
 #define TROVA_CLI_COLLECTION_BUILDER_H
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "console.h"
 #include "handles.h"
@@ -14,6 +16,11 @@ namespace trova_cli {
 
 // The data object that describes a track. Of several genres it carries the first.
 DataObject DescribeTrack(const TrackView& track);
+// The artist that it carries; "" for none.
+const char* DescribedArtist(const TrackView& track);
+// The weights of its moods: they share 100 alike, and what is left over goes to the first. Beyond
+// 100 moods nothing is left to give, and the rest are not carried.
+std::vector<std::size_t> MoodWeights(std::size_t count);
 
 class CollectionBuilder {
  public:

@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 #include <exception>
+#include <iterator>
 #include <new>
 #include <string>
 
@@ -21,12 +22,22 @@ namespace {
 constexpr Command kCommands[] = {
     {"check", "Check a statement", DefineCheck},
     {"generate", "Make a playlist from a library", DefineGenerate},
+    {"like", "Make a playlist of what is like a track", DefineLike},
     {"lists", "Show the lists of genres, eras and so on", DefineLists},
 };
 
 std::string Version() {
   return fmt::format("trova {} ({})\nmanager {}", trova_playlist_get_version(),
                      trova_playlist_get_build_date(), trova_manager_get_version());
+}
+
+// "check, generate or lists"
+std::string Names() {
+  std::string names = std::begin(kCommands)->name;
+  for (const Command* row = std::begin(kCommands) + 1; row != std::end(kCommands); ++row) {
+    names += fmt::format("{}{}", row + 1 == std::end(kCommands) ? " or " : ", ", row->name);
+  }
+  return names;
 }
 
 ExitCode Print(const std::string& text) {
@@ -57,7 +68,7 @@ ExitCode ParseAndRun(int argc, const char* const* argv, Console& console) {
   } catch (const CLI::ParseError& error) {
     throw CommandError(fmt::format("{} (see --help)", error.what()));
   }
-  if (!action) throw CommandError("say what to do: check, generate or lists (see --help)");
+  if (!action) throw CommandError(fmt::format("say what to do: {} (see --help)", Names()));
   return action(console);
 }
 

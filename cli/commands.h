@@ -22,6 +22,7 @@ struct Command {
 
 Action DefineCheck(CLI::App& options);
 Action DefineGenerate(CLI::App& options);
+Action DefineLike(CLI::App& options);
 Action DefineLists(CLI::App& options);
 
 // Runs the command line; everything but the result goes to the console.

@@ -25,6 +25,12 @@ DataObject MakeDataObject(const char* context) {
   return DataObject(object);
 }
 
+User MakeUser() {
+  trova_user* user = nullptr;
+  Check(trova_manager_user_create("trova", &user), "create a user");
+  return User(user);
+}
+
 Engine::Engine() {
   ManagerHandle* manager = nullptr;
   Check(trova_manager_start(nullptr, &manager), "start the manager");

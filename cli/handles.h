@@ -23,6 +23,7 @@ using List = std::unique_ptr<trova_list, Releaser<trova_manager_list_release>>;
 using DataObject = std::unique_ptr<trova_gdo, Releaser<trova_manager_gdo_release>>;
 using Collection =
     std::unique_ptr<trova_playlist_collection, Releaser<trova_playlist_collection_release>>;
+using User = std::unique_ptr<trova_user, Releaser<trova_manager_user_release>>;
 using Results = std::unique_ptr<trova_playlist_results, Releaser<trova_playlist_results_release>>;
 
 // Throws CommandError for a failure code; warnings pass. `what` completes "cannot ...".
@@ -33,6 +34,9 @@ Collection MakeCollection();
 
 // A data object of a context such as TROVA_CTX_TRACK.
 DataObject MakeDataObject(const char* context);
+
+// Whom the library generates for.
+User MakeUser();
 
 // The manager and the library, running. It outlives every handle.
 class Engine {

@@ -56,6 +56,12 @@ std::optional<Element> NameLists::Find(ListKind kind, std::string_view name) {
   return Found(trova_manager_list_find(Get(kind), text.c_str(), &element), element);
 }
 
+std::int32_t NameLists::Likeness(ListKind kind, std::uint32_t a, std::uint32_t b) {
+  std::int32_t score = 0;
+  Check(trova_manager_list_correlate(InfoOf(kind).type, a, b, &score), "compare list elements");
+  return score;
+}
+
 std::vector<Element> NameLists::Nearest(ListKind kind, std::string_view name, std::uint32_t limit) {
   const std::string text(name);
   if (text.empty()) return {};

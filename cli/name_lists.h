@@ -54,6 +54,9 @@ class NameLists {
   std::optional<Element> ById(ListKind kind, std::uint32_t id);
   // By name or synonym. Case, accents and punctuation do not count.
   std::optional<Element> Find(ListKind kind, std::string_view name);
+  // How near two elements of a list are, on the scale of LIKE: -1000 to 1000.
+  // @param kind  not kTempos, which are not compared this way
+  std::int32_t Likeness(ListKind kind, std::uint32_t a, std::uint32_t b);
   // The nearest names, best first.
   std::vector<Element> Nearest(ListKind kind, std::string_view name, std::uint32_t limit);
 

@@ -91,6 +91,10 @@ bool IsKeyword(std::string_view word) {
                      [&](std::string_view keyword) { return Begins(word, keyword); });
 }
 
+bool IsAnd(std::string_view word) {
+  return Begins(word, "and");
+}
+
 bool IsLike(std::string_view word) {
   return Begins(word, "like");
 }

@@ -34,6 +34,7 @@ Token NextToken(std::string_view statement, std::size_t at);
 
 // Whether the language takes a word for one of its own. The beginning of a keyword is that keyword.
 bool IsKeyword(std::string_view word);
+bool IsAnd(std::string_view word);
 bool IsLike(std::string_view word);
 
 }  // namespace trova_cli

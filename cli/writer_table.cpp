@@ -11,20 +11,24 @@
 namespace trova_cli {
 namespace {
 
-constexpr std::size_t kColumnCount = 6;
+constexpr std::size_t kColumnCount = 8;
 using Row = std::array<std::string, kColumnCount>;
 using Widths = std::array<std::size_t, kColumnCount>;
 
 constexpr std::size_t kRank = 0;
 constexpr std::size_t kYear = 4;
+constexpr std::size_t kMood = 6;
+constexpr std::size_t kTempo = 7;
 constexpr std::string_view kGap = "  ";
+// Rather than make a column narrower than this, a line does without moods and tempo.
+constexpr std::size_t kReadableWidth = 10;
 // Columns are not made narrower than this, even if lines then break.
 constexpr std::size_t kLeastWidth = 4;
 // Off a terminal nothing is cut, and one endless title must not pad every row.
 constexpr std::size_t kMostPadding = 60;
 
 Row Header() {
-  return {"#", "Title", "Artist", "Album", "Year", "Genre"};
+  return {"#", "Title", "Artist", "Album", "Year", "Genre", "Mood", "Tempo"};
 }
 
 Row RowOf(Playlist& playlist, std::size_t index) {
@@ -36,6 +40,8 @@ Row RowOf(Playlist& playlist, std::size_t index) {
       Printable(track.albums.empty() ? "" : track.albums.front()),
       track.year == 0 ? "" : fmt::to_string(track.year),
       Join(playlist.NamesOf(ListKind::kGenres, track.genres), ", "),
+      Join(playlist.NamesOf(ListKind::kMoods, track.moods), ", "),
+      track.bpm == 0 ? "" : fmt::to_string(track.bpm),
   };
 }
 
@@ -43,25 +49,45 @@ void Measure(const Row& row, Widths& widths) {
   for (std::size_t i = 0; i < kColumnCount; ++i) widths[i] = std::max(widths[i], Columns(row[i]));
 }
 
-// Takes from the widest column until a line fits.
-void Narrow(Widths& widths, std::size_t columns) {
-  std::size_t total = kGap.size() * (kColumnCount - 1);
-  for (const std::size_t width : widths) total += width;
-  while (total > columns) {
-    const auto widest = std::max_element(widths.begin() + 1, widths.end());
-    if (*widest <= kLeastWidth) return;
+// A column of width 0 is not shown and has no gap.
+std::size_t LineWidth(const Widths& widths) {
+  std::size_t total = 0;
+  for (const std::size_t width : widths) total += width == 0 ? 0 : width + kGap.size();
+  return total - kGap.size();
+}
+
+// Takes from the moods, then from the widest column, until a line fits. False when it does not fit
+// with columns of the least width.
+bool Shrink(Widths& widths, std::size_t columns, std::size_t least) {
+  for (std::size_t total = LineWidth(widths); total > columns; --total) {
+    const auto widest =
+        widths[kMood] > least ? &widths[kMood] : std::max_element(widths.begin() + 1, widths.end());
+    if (*widest <= least) return false;
     --*widest;
-    --total;
   }
+  return true;
+}
+
+void Narrow(Widths& widths, std::size_t columns) {
+  for (const std::size_t dispensable : {kMood, kTempo}) {
+    Widths narrowed = widths;
+    if (Shrink(narrowed, columns, kReadableWidth)) {
+      widths = narrowed;
+      return;
+    }
+    widths[dispensable] = 0;
+  }
+  Shrink(widths, columns, kLeastWidth);
 }
 
 std::string Line(const Row& row, const Widths& widths, bool cut) {
   std::string line;
   for (std::size_t i = 0; i < kColumnCount; ++i) {
+    if (widths[i] == 0) continue;
     const std::string cell = cut ? FitStart(row[i], widths[i]) : row[i];
     const std::size_t used = Columns(cell);
     const std::string padding(widths[i] - std::min(widths[i], used), ' ');
-    const bool right = i == kRank || i == kYear;
+    const bool right = i == kRank || i == kYear || i == kTempo;
     if (i > 0) line += kGap;
     line += right ? padding + cell : cell + padding;
   }

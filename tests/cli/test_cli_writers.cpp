@@ -114,7 +114,7 @@ TEST(test_cli_writers, table_columns_line_up_under_wide_and_broken_text) {
                                MakeTrack("3", "e\xcc\x81\xff")};
   tracks[0].year = 1999;
   EXPECT_EQ(Write(tracks, WriteTable),
-            "#  Title  Artist  Album  Year  Genre\n"
+            "#  Title  Artist  Album  Year  Genre  Mood  Tempo\n"
             "1  \xe6\x97\xa5\xe6\x9c\xac   A       B      1999\n"
             "2  abc d  A       B\n"
             "3  e\xcc\x81\xef\xbf\xbd     A       B\n");
