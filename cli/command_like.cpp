@@ -63,7 +63,7 @@ Action DefineLike(CLI::App& options) {
   options.add_option("QUERY", values->query, "The track: its ident, file, or words of its title")
       ->required();
   options.add_option("-n", values->limit, "The most tracks to write, the track itself included")
-      ->check(CLI::Range(std::size_t{1}, SIZE_MAX))
+      ->check(CLI::PositiveNumber)
       ->capture_default_str();
   options.add_flag("--explain", values->explain,
                    "For the track and each one found, show what is known and how alike it is");

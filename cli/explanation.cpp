@@ -65,7 +65,7 @@ void Explanation::WriteTrack(const std::string& rank, const TrackView& track, Ou
     Check(trova_playlist_collection_attributes_enum(collection_, i, &attribute),
           "read the attributes");
     const std::string held = Held(attribute, track);
-    output.Write(fmt::format("      {:<14}{}\n", attribute, held.empty() ? kNothing : held));
+    output.Write(fmt::format("      {:<15}{}\n", attribute, held.empty() ? kNothing : held));
   }
 }
 

@@ -102,7 +102,24 @@ class test_cli_command : public testing::Test {
                     "b.mp3,Straße,Björk,Début,1993,Rock; Jazz,Iceland\n"
                     "c.mp3,Money,ABBA,Gold,1976,Pop,Sweden\n"
                     "d.mp3,Strange,Nobody,Odd,1999,Progresive Rokk,\n"
-                    "e.mp3,Blank,Nobody,,,,\n");
+                    "e.mp3,Blank,,,,,\n");
+
+  // Of kin, in the order of likeness: a, then b; c is alien, d has no mood, e has nothing to go by.
+  const std::string moods_ = folder_.Write(
+      "moods.csv",
+      "ident,title,artist,album,year,genre,country,artist_type,bpm,mood\n"
+      "a,Slow Water,Ann Lake,First,1959,Modal Jazz;Cool Jazz,France,Female Solo Artist,68,"
+      "Peaceful;Tender\n"
+      "b,Still Water,Bob Hill,Second,1962,Cool Jazz,Brazil,Male Solo Artist,75,Peaceful;Tender\n"
+      "c,Iron Fist,Crush,Third,1986,Thrash Metal,Germany,Male Group,210,Furious;Angry\n"
+      "d,Deep Pond,Dee Moor,Fourth,1960,Modal Jazz,France,Female Solo Artist,,\n"
+      "e,Blank,Nobody,,1999,,,,120,\n");
+
+  Words Like(const Words& words) const {
+    Words all = {"like", "--library", moods_};
+    all.insert(all.end(), words.begin(), words.end());
+    return all;
+  }
 
   Words Generate(const Words& words) const {
     Words all = {"generate", "--library", library_};
@@ -171,6 +188,72 @@ TEST_F(test_cli_command, a_seed_is_found_by_ident_or_words_and_never_guessed) {
       << several.err;
 }
 
+TEST_F(test_cli_command, like_finds_kin_of_the_track_that_the_query_names) {
+  for (const char* query : {"a", "slow water", "ann lake first"}) {
+    const RunResult result = RunTrova(Like({query, "--output", "paths"}));
+    EXPECT_EQ(result.code, 0) << query;
+    for (const char* kin : {"a\n", "b\n", "d\n"}) {
+      EXPECT_TRUE(Has(result.out, kin)) << query << ": " << result.out;
+    }
+    EXPECT_FALSE(Has(result.out, "c\n") || Has(result.out, "e\n")) << query << ": " << result.out;
+  }
+  const RunResult several = RunTrova(Like({"water"}));
+  EXPECT_EQ(several.code, 2);
+  EXPECT_TRUE(Has(several.err, "Ann Lake - Slow Water  [a]") && Has(several.err, "[b]"))
+      << several.err;
+  EXPECT_EQ(RunTrova(Like({"a", "-n", "2", "--output", "paths"})).out.size(), 4u);
+  EXPECT_EQ(RunTrova(Like({"a", "--output", "paths", "-0"})).out.size(), 6u);
+
+  const RunResult none = RunTrova(Like({"e"}));
+  EXPECT_EQ(none.code, 1);
+  EXPECT_EQ(none.out, "");
+  EXPECT_TRUE(Has(none.err, "the seed has no mood and no genre")) << none.err;
+
+  for (const Words& words :
+       {Like({"a", "-n", "0"}), Like({"a", "-n", "-1"}), Like({"nowhere"}), Like({}),
+        Like({"a", "--explain", "--output", "json"}), Like({"a", "--explain", "-0"})}) {
+    const RunResult result = RunTrova(words);
+    EXPECT_EQ(result.code, 2) << testing::PrintToString(words);
+    EXPECT_EQ(result.out, "") << testing::PrintToString(words);
+  }
+}
+
+TEST_F(test_cli_command, explain_shows_what_is_held_and_how_like_it_is) {
+  const RunResult result = RunTrova(Like({"a", "--explain"}));
+  EXPECT_EQ(result.code, 0) << result.err;
+  const std::size_t picks = result.out.find("\n\n");
+  const std::string seed = result.out.substr(0, picks);
+  for (const char* held :
+       {"seed  Ann Lake - Slow Water  [a]", "QX_Genre       Modal Jazz (1000), Cool Jazz (",
+        "QX_Era         1959 (1000)", "QX_Origin      France (1000)", "QX_AlbumName   First",
+        "QX_ArtistName  Ann Lake", "QX_ArtistType  Female Solo Artist (1000)",
+        "QX_Mood        Peaceful 50 %, Tender 50 %", "QX_Tempo       68 bpm"}) {
+    EXPECT_TRUE(Has(seed, held)) << held << " is not in\n" << seed;
+  }
+  const std::string b = result.out.substr(result.out.find("Bob Hill - Still Water  [b]", picks));
+  EXPECT_LT(b.find("QX_Genre       Cool Jazz ("), b.find("QX_Mood        Peaceful 50 %"));
+  EXPECT_FALSE(Has(b, "QX_Era         1962 (1000)")) << b;
+  EXPECT_TRUE(Has(b, "QX_Tempo       75 bpm")) << b;
+  const std::string d = result.out.substr(result.out.find("[d]"));
+  EXPECT_TRUE(Has(d.substr(0, d.find("\n\n")), "QX_Mood        -\n")) << d;
+}
+
+TEST_F(test_cli_command, an_and_that_tests_another_attributes_value_is_pointed_out) {
+  const std::string hint = "AND tests the value that its left side found";
+  const RunResult foreign =
+      RunTrova(Generate({"genpl where qx_genre = {Jazz} a (QX_Era = {1990s})"}));
+  EXPECT_EQ(foreign.code, 1);
+  EXPECT_TRUE(Has(foreign.err, hint + "; \"and QX_Era = {1990s} > 0\"")) << foreign.err;
+  for (const char* statement : {"genpl where qx_genre = {Jazz} and qx_era = {1920s} > 0",
+                                "genpl where qx_era > 1990 and QX_ERA < 1980",
+                                "genpl where qx_genre = {Jazz} and (qx_era = {1920s}) > 0",
+                                "genpl where qx_era = {1920s}"}) {
+    const RunResult own = RunTrova(Generate({statement}));
+    EXPECT_EQ(own.code, 1) << statement;
+    EXPECT_FALSE(Has(own.err, "AND")) << own.err;
+  }
+}
+
 TEST_F(test_cli_command, every_genre_counts_and_no_track_stands_twice) {
   for (const char* genre : {"{Rock}", "{Jazz}"}) {
     EXPECT_TRUE(Has(
@@ -235,6 +318,9 @@ TEST_F(test_cli_command, colour_and_width_follow_the_terminal) {
       "t.csv", "title,artist,year,genre\n" + std::string(200, 'x') + ",Somebody,1975,Rock\n");
   const std::string shown = RunOnTerminal({"generate", "--library", table, "genpl"}, "1");
   EXPECT_TRUE(Has(shown, "x…  Somebody") && Has(shown, "1975  Rock")) << shown;
+  EXPECT_TRUE(Has(RunTrova(Like({"c"})).out, "Thrash Metal  Furious, Angry    210\n"));
+  const std::string narrow = RunOnTerminal(Like({"a"}), "1");
+  EXPECT_TRUE(Has(narrow, "Genre") && Has(narrow, "Modal Jazz") && !Has(narrow, "Peace")) << narrow;
 }
 
 TEST_F(test_cli_command, a_long_scan_shows_its_progress_on_a_terminal) {
