@@ -281,7 +281,8 @@ TEST_F(test_cli_command, a_repeated_ident_adds_its_genres) {
   const std::string table =
       folder_.Write("twice.csv", "path,title,genre\na,First,Rock\na,Second,Jazz\na,Third,Rock\n");
   EXPECT_EQ(RunTrova({"generate", "--library", table, "genpl where qx_genre = {Jazz}"}).out,
-            "#  Title  Artist  Album  Year  Genre\n1  First                       Rock, Jazz\n");
+            "#  Title  Artist  Album  Year  Genre       Mood  Tempo\n"
+            "1  First                       Rock, Jazz\n");
 }
 
 TEST_F(test_cli_command, an_audio_folder_gives_a_playlist_of_its_files) {
