@@ -1,4 +1,4 @@
-// test_random: random collections and statements through the library and through the model.
+// random_statements: random collections and statements through the library and through the model.
 //
 // TROVA_MODEL_CASES sets the number of statements, TROVA_MODEL_SEED the first world's seed.
 #include <gtest/gtest.h>
