@@ -18,11 +18,13 @@ constexpr std::string_view kSeparators = ";|/,";
 // memory; the ones beyond are looked up again.
 constexpr std::size_t kTextsRemembered = 100'000;
 constexpr std::uint32_t kMaxYear = 9999;
+constexpr std::size_t kNameColumns = 100;
 constexpr std::uint32_t kNearestShown = 3;
 constexpr std::size_t kUnknownShown = 100;
 
 template <typename Number>
 void AddOnce(std::vector<Number>& numbers, Number number) {
+  if (numbers.size() == kMaxValues) return;
   if (std::find(numbers.begin(), numbers.end(), number) == numbers.end()) {
     numbers.push_back(number);
   }
@@ -70,9 +72,10 @@ void NameMapper::ReportUnknown(Console& console) {
   for (std::size_t i = 0; i < shown; ++i) {
     const UnknownName& name = unknown_[i];
     const std::string nearest = QuotedNames(lists_.Nearest(name.kind, name.name, kNearestShown));
-    console.Warn(fmt::format(
-        "no list knows the {} \"{}\" ({} track{}){}{}", InfoOf(name.kind).singular, name.name,
-        name.tracks, name.tracks == 1 ? "" : "s", nearest.empty() ? "" : "; nearest: ", nearest));
+    console.Warn(
+        fmt::format("no list knows the {} \"{}\" ({} track{}){}{}", InfoOf(name.kind).singular,
+                    FitStart(Printable(name.name), kNameColumns), name.tracks,
+                    name.tracks == 1 ? "" : "s", nearest.empty() ? "" : "; nearest: ", nearest));
   }
   if (shown < unknown_.size()) {
     console.Warn(
@@ -111,7 +114,7 @@ const NameMapper::Mapping& NameMapper::MappingOf(ListKind kind, const std::strin
 void NameMapper::Resolve(ListKind kind, std::string_view text, std::size_t separator,
                          Mapping& mapping) {
   text = Trim(text);
-  if (text.empty()) return;
+  if (text.empty() || mapping.unknown.size() == kMaxValues) return;
   if (const std::optional<Element> element = lists_.Find(kind, text)) {
     return AddOnce(mapping.ids, element->id);
   }

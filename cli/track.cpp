@@ -86,6 +86,7 @@ void SetOnce(std::uint32_t& value, std::uint32_t number) {
 }
 
 void Gather(std::vector<std::string>& values, std::string_view text) {
+  if (values.size() == kMaxValues) return;
   if (std::find(values.begin(), values.end(), text) == values.end()) values.emplace_back(text);
 }
 

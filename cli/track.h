@@ -2,6 +2,7 @@
 #ifndef TROVA_CLI_TRACK_H
 #define TROVA_CLI_TRACK_H
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -25,6 +26,10 @@ struct Track {
   std::uint32_t bpm = 0;      // rounded
   std::uint32_t seconds = 0;  // duration, rounded
 };
+
+// How many albums, genres or moods one track can have. Real ones have a handful; a file that lists
+// more must not make each track a search through all of them.
+inline constexpr std::size_t kMaxValues = 256;
 
 // The columns of a table.
 enum class Field {
