@@ -172,7 +172,9 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_collection_attributes_enum(
 /* -------------------------------------------------------------------------------- Idents */
 
 /*
- * Captures what each attribute finds in a data object and files it under the ident. Adding an
+ * Captures what each attribute finds in a data object and files it under the ident. Idents are told
+ * apart by a 32-bit hash: of a million file names a hundred or so may meet another's hash and then
+ * count as one ident with it. Numbers of up to six digits, all of one length, never meet. Adding an
  * ident again adds its values once more beside the first. Data from which no attribute reads
  * anything leaves the ident outside the collection; that is no error.
  * @param ident  non-empty text of the application's choosing; copied
