@@ -38,6 +38,15 @@ extern "C" {
 #define TROVA_MANAGER_BAD_HANDLE UINT32_C(0x90100321)  /* stale, foreign or of another kind */
 #define TROVA_MANAGER_UNSUPPORTED UINT32_C(0x9010003c) /* e.g. setting values of a view */
 
+/* The storage service and its file. The playlist library answers PLERR_ManagerPkgB for them; what
+ * went wrong, in words and with the file's name, is then the text of trova_manager_last_error(). */
+#define TROVA_MANAGER_STORE_BROKEN UINT32_C(0x90100501)    /* no database, or damaged */
+#define TROVA_MANAGER_STORE_NEWER UINT32_C(0x90100502)     /* written by a newer version */
+#define TROVA_MANAGER_STORE_BUSY UINT32_C(0x90100503)      /* another process holds it for long */
+#define TROVA_MANAGER_STORE_READ_ONLY UINT32_C(0x90100504) /* must not be written */
+#define TROVA_MANAGER_STORE_FULL UINT32_C(0x90100505)      /* no room on the disk */
+#define TROVA_MANAGER_STORE_FAILED UINT32_C(0x90100506)    /* any other failure of the disk */
+
 /* Value keys and contexts of data objects that the built-in attributes read. */
 #define TROVA_CTX_TRACK "trova_ctx_track"
 #define TROVA_CTX_ALBUM "trova_ctx_album"
@@ -69,6 +78,10 @@ typedef struct trova_manager_options {
   size_t size;          /* sizeof(trova_manager_options) of the caller */
   const char* language; /* "en", "de", or null: LC_ALL, LC_MESSAGES, LANG, else English */
   size_t memory_limit;  /* bytes that the allocator may hand out; 0: no limit */
+  /* The file of the storage service, made when it does not exist; ":memory:" for one that ends with
+   * the manager; null: no storage service. Callers compiled before it existed pass a size without
+   * it, which is null. */
+  const char* storage_path;
 } trova_manager_options;
 
 /*

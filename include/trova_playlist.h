@@ -208,6 +208,118 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_collection_ident_enum(
 TROVA_PLAYLIST_API uint32_t
 trova_playlist_collection_ident_remove(trova_playlist_collection* collection, const char* ident);
 
+/*
+ * A data object through which the values held for one ident are read back, by the value keys that
+ * describe a track ("_sdkmgr_val_list_genre_id") or by attribute name ("QX_Genre"). Each key has
+ * one value at most. The object keeps its collection alive, and reads what the collection holds at
+ * the time of reading; a text that it handed out stays until the object is released.
+ * @param[out] out_data  released with the manager's data-object service
+ * @return 0; PLERR_NotFound when the collection never met the ident; PLERR_NoMemory
+ */
+TROVA_PLAYLIST_API uint32_t trova_playlist_collection_ident_get_gdo(
+    trova_playlist_collection* collection, const char* ident, trova_gdo** out_data);
+
+/* ------------------------------------------------------------------------- Serialization */
+
+/* @param[out] out_size  bytes that trova_playlist_collection_serialize() asks for: a bound */
+TROVA_PLAYLIST_API uint32_t
+trova_playlist_collection_serialize_size(trova_playlist_collection* collection, uint32_t* out_size);
+
+/*
+ * Writes the collection as bytes that any machine can read back (docs/stream.md).
+ * @param buffer         may be null: only the size is answered
+ * @param[in,out] size   room in the buffer; becomes the number of bytes written, or without a
+ *                       buffer the bound of trova_playlist_collection_serialize_size()
+ * @return 0; PLERR_BufferTooSmall for less room than the bound; PLERR_NoMemory, also for a
+ *         collection of more than 4 GiB
+ */
+TROVA_PLAYLIST_API uint32_t trova_playlist_collection_serialize(
+    trova_playlist_collection* collection, void* buffer, uint32_t* size);
+
+/*
+ * Makes a collection of such bytes, whatever their origin: they are checked, not trusted. Values of
+ * attributes that nobody registered are left out, and the log tells so. Idents and values are those
+ * that were written; the order of equals in a playlist may differ.
+ * @param bytes                not kept
+ * @param[out] out_collection  released with trova_playlist_collection_release()
+ * @return 0; PLERR_CorruptData; PLERR_InvalidData for a version that is not known; PLERR_NoMemory
+ */
+TROVA_PLAYLIST_API uint32_t trova_playlist_collection_deserialize(
+    const void* bytes, uint32_t size, trova_playlist_collection** out_collection);
+
+/* ------------------------------------------------------------------------------- Storage */
+
+/*
+ * Collections by name, in a store of the manager's. All five answer PLERR_NoStorage when the
+ * manager offers no storage, PLERR_StoreInvalid when the store is not laid out for collections, and
+ * the manager's failure, mapped, when it cannot read or write.
+ */
+
+/*
+ * Stores the collection under its name and replaces what was stored so. A collection that was
+ * renamed since it was last stored or loaded replaces the record of its old name.
+ * @return 0; PLERR_NoMemory
+ */
+TROVA_PLAYLIST_API uint32_t
+trova_playlist_storage_store_collection(trova_playlist_collection* collection);
+
+/*
+ * @param[out] out_collection  released with trova_playlist_collection_release()
+ * @return 0; PLERR_NotFound when there is no such collection; the codes of
+ *         trova_playlist_collection_deserialize()
+ */
+TROVA_PLAYLIST_API uint32_t trova_playlist_storage_load_collection(
+    const char* name, trova_playlist_collection** out_collection);
+
+/* @param[out] out_count  stored collections; 0 while there is no store yet */
+TROVA_PLAYLIST_API uint32_t trova_playlist_storage_count_collections(uint32_t* out_count);
+
+/*
+ * @param index   0 to the count minus 1, in the store's order
+ * @param buffer  receives the name with its terminator, cut off to fit
+ * @param size    room in the buffer in bytes, not 0
+ * @return 0; PLERR_NotFound at or past the count
+ */
+TROVA_PLAYLIST_API uint32_t trova_playlist_storage_enum_collections(uint32_t index, char* buffer,
+                                                                    uint32_t size);
+
+/* @return 0; PLERR_NotFound when there is no such collection */
+TROVA_PLAYLIST_API uint32_t trova_playlist_storage_remove_collection(const char* name);
+
+/* ----------------------------------------------------------------------- Synchronisation */
+
+/* What a synchronisation asks the application to do with an ident. */
+#define TROVA_PLAYLIST_SYNC_ADD UINT32_C(10)    /* reported, and not in the collection */
+#define TROVA_PLAYLIST_SYNC_REMOVE UINT32_C(11) /* in the collection, and not reported */
+
+/*
+ * Called once for each difference, with the collection's lock held. It may add, remove and report
+ * idents of the collection, on its own thread.
+ * @param ident          valid during the call; "" for an ident that was removed before
+ * @param[out] out_stop  0; set it to end the synchronisation
+ */
+typedef void (*trova_playlist_sync_callback)(void* user_data, trova_playlist_collection* collection,
+                                             const char* ident, uint32_t status, uint8_t* out_stop);
+
+/*
+ * Reports one ident that the application has. Report each once: a second report of an ident that
+ * the collection holds makes it look missing.
+ * @return 0; PLERR_NoMemory
+ */
+TROVA_PLAYLIST_API uint32_t
+trova_playlist_collection_sync_ident_add(trova_playlist_collection* collection, const char* ident);
+
+/*
+ * Compares what was reported with the collection, and calls back for every ident to remove, then
+ * for every ident to add. Nothing is changed but by the callback. The report is used up, whatever
+ * the result.
+ * @param callback   must not be null
+ * @param user_data  handed to the callback
+ * @return 0; PLERR_SyncNotStarted when nothing was reported; PLERR_NoMemory
+ */
+TROVA_PLAYLIST_API uint32_t trova_playlist_collection_sync_process(
+    trova_playlist_collection* collection, trova_playlist_sync_callback callback, void* user_data);
+
 /* ---------------------------------------------------------------------------- Generation */
 
 /*

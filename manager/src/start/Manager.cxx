@@ -70,7 +70,7 @@ void apply(const trova_manager_options& options) {
 
 // Callers built against an older header know fewer fields; the others keep their defaults.
 trova_manager_options known_options(const trova_manager_options* options) {
-  trova_manager_options known = {sizeof known, nullptr, 0};
+  trova_manager_options known = {sizeof known, nullptr, 0, nullptr};
   if (options == nullptr) return known;
   std::memcpy(&known, options, std::min(options->size, sizeof known));
   return known;
