@@ -452,7 +452,7 @@ TEST(ListLanguageTest, comes_from_the_options_or_the_environment) {
     setenv("LC_ALL", c.lc_all, 1);
     setenv("LC_MESSAGES", c.lc_messages, 1);
     setenv("LANG", c.lang, 1);
-    const trova_manager_options options = {sizeof options, c.option, 0};
+    const trova_manager_options options = {sizeof options, c.option, 0, nullptr};
     ManagerHandle* manager = nullptr;
     ASSERT_EQ(trova_manager_start(&options, &manager), 0u);
     trova_list* list = nullptr;

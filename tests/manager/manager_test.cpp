@@ -36,7 +36,7 @@ TEST(Start, IsCountedAndTheLastStopEndsTheManager) {
 
 TEST(Start, ReadsAsManyOptionsAsTheCallerKnows) {
   ManagerHandle* manager = nullptr;
-  trova_manager_options options = {sizeof options, "de", 1};
+  trova_manager_options options = {sizeof options, "de", 1, nullptr};
   const auto alloc_works = [] {
     void* const block = vrel_memory_alloc(100);
     vrel_memory_free(block);
