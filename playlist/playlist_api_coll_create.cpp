@@ -1,7 +1,6 @@
 // playlist_api_coll_create: making, naming, counting and deleting collections.
 #include "playlist_collection.h"
 #include "playlist_error.h"
-#include "playlist_owner.h"
 #include "playlist_services.h"
 #include "vrel_memory.h"
 #include "vrel_string.h"
@@ -12,11 +11,6 @@ const char kSource[] = "playlist_api_coll_create";
 
 using CollectionOwner = PlaylistOwner<Collection, playlist_collection_delete>;
 
-void delete_attrinfo(AttributeInfo* info) {
-  _playlist_attrinfo_delete(info, sizeof *info);
-}
-using AttributeInfoOwner = PlaylistOwner<AttributeInfo, delete_attrinfo>;
-
 uint32_t build(Collection* collection) {
   collection->magic = kCollectionMagic;
   collection->refcount = 1;
@@ -24,6 +18,16 @@ uint32_t build(Collection* collection) {
   PL_TRY(vrel_thread_critsec_create(&collection->lock));
   PL_TRY(vrel_stringtable_create(&collection->idents, 0));
   return vrel_stringtable_create(&collection->values, 0);
+}
+
+uint32_t add_attribute(Collection* collection, const AttributeProvider* provider) {
+  AttributeInfoOwner info;
+  PL_TRY(playlist_attrinfo_create(provider, info.out()));
+  const char* name = nullptr;
+  PL_TRY(provider->get_name(&name));
+  PL_TRY(playlist_collection_adopt_attribute(collection, name, info.get()));
+  static_cast<void>(info.take());
+  return 0;
 }
 
 // Gives the collection every attribute of the registry. One that fails is left out, and only the
@@ -35,7 +39,7 @@ uint32_t add_registered_attributes(Collection* collection) {
   for (uint32_t i = 0; i < count; ++i) {
     const AttributeProvider* provider = nullptr;
     code = playlist_attributes_get(i, &provider);
-    if (code == 0) code = playlist_collection_add_attribute(collection, provider);
+    if (code == 0) code = add_attribute(collection, provider);
     // No memory for the record of an attribute ends the walk.
     if (code == PLERR_NoMemory) break;
   }
@@ -55,9 +59,7 @@ uint32_t create_collection(const char* name, Collection** out_collection) {
   PL_TRY(playlist_collection_create(collection.out()));
   PL_TRY(add_registered_attributes(collection.get()));
   PL_TRY(set_name(collection.get(), name));
-  PL_TRY(g_playlist_handlemanager_interface->handle_add(collection.get()));
-  *out_collection = collection.take();
-  return 0;
+  return playlist_collection_publish(collection.take(), out_collection);
 }
 
 // Counts down under the lock. True when nobody holds the collection any more.
@@ -111,19 +113,33 @@ uint32_t playlist_collection_release(Collection* collection) {
   return 0;
 }
 
-uint32_t playlist_collection_add_attribute(Collection* collection,
-                                           const AttributeProvider* provider) {
+uint32_t playlist_collection_release_handle(Collection* collection) {
+  if (!drop_reference(collection)) return 0;
+  const uint32_t code = g_playlist_handlemanager_interface->handle_remove(collection);
+  playlist_collection_delete(collection);
+  return code;
+}
+
+uint32_t playlist_collection_publish(Collection* collection, Collection** out_collection) {
+  CollectionOwner owner(collection);
+  PL_TRY(g_playlist_handlemanager_interface->handle_add(collection));
+  *out_collection = owner.take();
+  return 0;
+}
+
+uint32_t playlist_attrinfo_create(const AttributeProvider* provider, AttributeInfo** out_info) {
   AttributeInfoOwner info(
       static_cast<AttributeInfo*>(vrel_memory_calloc(1, sizeof(AttributeInfo))));
   if (!info) return PLERR_NoMemory;
   info->provider = provider;
-  const char* name = nullptr;
-  PL_TRY(provider->get_name(&name));
   PL_TRY(vrel_vector2_create(&info->values, sizeof(ValueEntry), 0, nullptr, nullptr));
-  PL_TRY(
-      vrel_hashtable_value_add(collection->attributes, name, info.get(), sizeof(AttributeInfo), 0));
-  static_cast<void>(info.take());
+  *out_info = info.take();
   return 0;
+}
+
+uint32_t playlist_collection_adopt_attribute(Collection* collection, const char* name,
+                                             AttributeInfo* info) {
+  return vrel_hashtable_value_add(collection->attributes, name, info, sizeof *info, 0);
 }
 
 void _playlist_attrinfo_delete(void* info, uint32_t /*size*/) {
@@ -145,12 +161,7 @@ uint32_t trova_playlist_collection_release(trova_playlist_collection* collection
   PL_REQUIRE_INITIALIZED();
   if (collection == nullptr) return 0;
   PL_REQUIRE_COLLECTION(collection);
-  uint32_t code = 0;
-  if (drop_reference(collection)) {
-    code = g_playlist_handlemanager_interface->handle_remove(collection);
-    playlist_collection_delete(collection);
-  }
-  PL_RETURN(code);
+  PL_RETURN(playlist_collection_release_handle(collection));
 }
 
 uint32_t trova_playlist_collection_get_name(trova_playlist_collection* collection,

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "playlist_attributes.h"
+#include "playlist_owner.h"
 #include "trova_playlist.h"
 #include "vrel_hashtable.h"
 #include "vrel_stringtable.h"
@@ -38,7 +39,7 @@ struct trova_playlist_collection {
   vrel_hashtable* attributes;  // name to AttributeInfo*, owned
   vrel_stringtable* idents;
   vrel_stringtable* values;    // the string values of all attributes
-  void* load_buffer;           // what a stream reader left here; null for most collections
+  void* load_buffer;           // names that a stream reader met, owned; null when none did
   char* name;                  // owned
   char* stored_name;           // name in the store, owned; null until stored or loaded
   vrel_stringtable* sync_new;  // reported idents that are not held; null while not reporting
@@ -78,9 +79,21 @@ void playlist_collection_delete(Collection* collection);
 uint32_t playlist_collection_addref(Collection* collection);
 uint32_t playlist_collection_release(Collection* collection);
 
-// Adds an empty attribute. The name is copied; an attribute of that name is replaced.
-uint32_t playlist_collection_add_attribute(Collection* collection,
-                                           const AttributeProvider* provider);
+// As playlist_collection_release, and takes the handle out of the handle manager before the
+// collection goes: for references that may outlive the application's.
+uint32_t playlist_collection_release_handle(Collection* collection);
+
+// Makes the handle manager know a new collection; deletes it when that fails. Either way the
+// caller's pointer is handed over.
+uint32_t playlist_collection_publish(Collection* collection, Collection** out_collection);
+
+// An empty attribute that belongs to no collection yet.
+uint32_t playlist_attrinfo_create(const AttributeProvider* provider, AttributeInfo** out_info);
+
+// Gives the attribute to the collection, where it replaces one of that name. The name is copied.
+// After a failure the attribute is still the caller's.
+uint32_t playlist_collection_adopt_attribute(Collection* collection, const char* name,
+                                             AttributeInfo* info);
 
 // The functions below expect the caller to hold collection->lock.
 
@@ -107,5 +120,10 @@ uint32_t playlist_attrdata_find_ident(vrel_vector2* values, uint32_t ident, uint
 
 // Deletes an AttributeInfo; the release operation of a collection's `attributes`.
 void _playlist_attrinfo_delete(void* info, uint32_t size);
+
+inline void playlist_attrinfo_delete(AttributeInfo* info) {
+  _playlist_attrinfo_delete(info, sizeof *info);
+}
+using AttributeInfoOwner = PlaylistOwner<AttributeInfo, playlist_attrinfo_delete>;
 
 #endif  // PLAYLIST_COLLECTION_H
