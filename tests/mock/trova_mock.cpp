@@ -56,6 +56,25 @@ struct trova_correlate_set {
   std::map<uint32_t, int32_t> scores;
 };
 
+struct trova_record {
+  static constexpr char kKind[] = "record";
+  RecordData* stored = nullptr;  // null until inserted
+  StoreData* store;
+  RecordData data = {};
+};
+
+struct trova_cursor {
+  static constexpr char kKind[] = "cursor";
+  StoreData* store;
+  std::vector<RecordData*> matches = {};
+  size_t next = 0;
+};
+
+struct trova_store {
+  static constexpr char kKind[] = "store";
+  StoreData* data;
+};
+
 namespace {
 
 constexpr size_t kGuard = 16;
@@ -466,11 +485,148 @@ uint32_t gdo_get_child(trova_gdo* object, const char* key, uint32_t ordinal, uin
   return 0;
 }
 
+// --------------------------------------------------------------------------------- Storage
+
+uint32_t store_open(const char* name, trova_store** out_store) {
+  if (const uint32_t code = enter("storage.open")) return code;
+  auto found = mock().stores.find(name);
+  if (found == mock().stores.end() || !found->second.finished) return kNotFound;
+  *out_store = open_object(new trova_store{&found->second});
+  return 0;
+}
+
+uint32_t store_create(const char* name, trova_store** out_store) {
+  if (const uint32_t code = enter("storage.create")) return code;
+  mock().stores[name] = {};
+  *out_store = open_object(new trova_store{&mock().stores[name]});
+  return 0;
+}
+
+uint32_t store_query(trova_store* store, trova_record* criteria, trova_cursor** out_cursor) {
+  if (const uint32_t code = enter("storage.query", store)) return code;
+  auto* cursor = open_object(new trova_cursor{store->data});
+  const auto matches = [&](const RecordData& record) {
+    return criteria == nullptr || std::includes(record.begin(), record.end(),
+                                                criteria->data.begin(), criteria->data.end());
+  };
+  for (const auto& record : store->data->records) {
+    if (matches(*record)) cursor->matches.push_back(record.get());
+  }
+  *out_cursor = cursor;
+  return 0;
+}
+
+uint32_t store_finish(trova_store* store) {
+  const uint32_t code = enter("storage.finish", store);
+  if (code == 0) store->data->finished = true;
+  return code;
+}
+
+uint32_t store_close(trova_store* store) {
+  return release_object("storage.close", store);
+}
+
+uint32_t store_field_count(trova_store* store, uint32_t* out_count) {
+  require(is_open(store), "storage.field_count: not an open store");
+  return give("storage.field_count", out_count, static_cast<uint32_t>(store->data->fields.size()));
+}
+
+uint32_t store_field_info(trova_store* store, uint32_t position, const char** out_name,
+                          uint32_t* out_type, uint32_t* out_flags) {
+  if (const uint32_t code = enter("storage.field_info", store)) return code;
+  const StoreData::Field& field = store->data->fields.at(position);
+  *out_name = field.name.c_str();
+  *out_type = field.type;
+  *out_flags = field.flags;
+  return 0;
+}
+
+uint32_t store_add_field(trova_store* store, const char* name, uint32_t type, uint32_t flags) {
+  const uint32_t code = enter("storage.add_field", store);
+  if (code == 0) store->data->fields.push_back({name, type, flags});
+  return code;
+}
+
+uint32_t store_release(trova_store* store) {
+  return release_object("storage.store_release", store);
+}
+
+uint32_t record_new(trova_store* store, trova_record** out_record) {
+  if (const uint32_t code = enter("storage.record_new", store)) return code;
+  *out_record = open_object(new trova_record{nullptr, store->data});
+  return 0;
+}
+
+uint32_t record_insert(trova_record* record) {
+  if (const uint32_t code = enter("storage.record_insert", record)) return code;
+  require(record->stored == nullptr, "storage.record_insert: a record that is stored");
+  record->store->records.push_back(std::make_unique<RecordData>(record->data));
+  return 0;
+}
+
+uint32_t record_update(trova_record* record) {
+  if (const uint32_t code = enter("storage.record_update", record)) return code;
+  require(record->stored != nullptr, "storage.record_update: a record that is not stored");
+  *record->stored = record->data;
+  return 0;
+}
+
+uint32_t record_delete(trova_record* record) {
+  if (const uint32_t code = enter("storage.record_delete", record)) return code;
+  std::erase_if(record->store->records,
+                [&](const auto& stored) { return stored.get() == record->stored; });
+  return 0;
+}
+
+uint32_t set_binary(trova_record* record, const char* field, const void* bytes, uint32_t length) {
+  const uint32_t code = enter("storage.set_binary", record);
+  if (code == 0) record->data[field].assign(static_cast<const char*>(bytes), length);
+  return code;
+}
+
+uint32_t set_string(trova_record* record, const char* field, const char* text) {
+  const uint32_t code = enter("storage.set_string", record);
+  if (code == 0) record->data[field] = text;
+  return code;
+}
+
+uint32_t get_binary(trova_record* record, const char* field, const void** out_bytes,
+                    uint32_t* out_length) {
+  if (const uint32_t code = enter("storage.get_binary", record)) return code;
+  *out_bytes = record->data[field].data();
+  *out_length = static_cast<uint32_t>(record->data[field].size());
+  return 0;
+}
+
+uint32_t get_string(trova_record* record, const char* field, const char** out_text) {
+  require(is_open(record), "storage.get_string: not an open record");
+  return give("storage.get_string", out_text, record->data[field].c_str());
+}
+
+uint32_t record_release(trova_record* record) {
+  return release_object("storage.record_release", record);
+}
+
+uint32_t cursor_next(trova_cursor* cursor, trova_record** out_record) {
+  if (const uint32_t code = enter("storage.cursor_next", cursor)) return code;
+  if (cursor->next == cursor->matches.size()) return kNotFound;
+  RecordData* const stored = cursor->matches[cursor->next++];
+  if (out_record != nullptr) {
+    *out_record = open_object(new trova_record{stored, cursor->store, *stored});
+  }
+  return 0;
+}
+
+uint32_t cursor_release(trova_cursor* cursor) {
+  return release_object("storage.cursor_release", cursor);
+}
+
 // ----------------------------------------------------------------------------------- Tables
 
 constexpr char kErrorinfoRelease[] = "errorinfo.release", kHandleRelease[] = "handle.release",
                kUserinfoRelease[] = "userinfo.release", kListRelease[] = "list.release",
-               kGdoRelease[] = "gdo.release", kSerializationRelease[] = "serialization.release";
+               kGdoRelease[] = "gdo.release", kSerializationRelease[] = "serialization.release",
+               kStorageRelease[] = "storage.release";
 
 template <const char* slot>
 uint32_t release_table(void* table) {
@@ -499,24 +655,34 @@ trova_gdo_interface g_gdo = {
     gdo_get_context, nullptr, gdo_get_value, nullptr, gdo_get_child};
 trova_serialization_interface g_serialization = {
     release_table<kSerializationRelease>, nullptr, nullptr, nullptr};
+trova_storage_interface g_storage = {
+    release_table<kStorageRelease>, store_open, store_create, store_query,
+    store_finish, nullptr, store_close, store_field_count,
+    store_field_info, store_add_field, nullptr, nullptr,
+    store_release, record_new, record_insert, record_update,
+    record_delete, set_binary, set_string, nullptr,
+    get_binary, get_string, nullptr, record_release,
+    cursor_next, cursor_release};
 // clang-format on
 
-// Storage is the one service that may be missing; here it is.
 const std::map<std::string, void*> kTables = {{TROVA_SERVICE_ERRORINFO, &g_errorinfo},
                                               {TROVA_SERVICE_HANDLEMANAGER, &g_handles},
                                               {TROVA_SERVICE_USERINFO, &g_userinfo},
                                               {TROVA_SERVICE_LISTMANAGER, &g_lists},
                                               {TROVA_SERVICE_GDO, &g_gdo},
-                                              {TROVA_SERVICE_SERIALIZATION, &g_serialization}};
+                                              {TROVA_SERVICE_SERIALIZATION, &g_serialization},
+                                              {TROVA_SERVICE_STORAGE, &g_storage}};
 
 uint32_t query_interface(const char* name, void** out_table) {
   if (const uint32_t code = enter("manager.query_interface")) return code;
   Lock lock;
   mock().trace.back() += std::string(" ") + name;
   auto found = kTables.find(name);
-  require(found != kTables.end() || name == std::string(TROVA_SERVICE_STORAGE),
-          "manager.query_interface: an unknown name");
-  if (found == kTables.end()) return kNotFound;
+  require(found != kTables.end(), "manager.query_interface: an unknown name");
+  // The one service that may be missing.
+  if (found == kTables.end() || (found->second == &g_storage && !mock().has_storage)) {
+    return kNotFound;
+  }
   ++g.tables[found->second];
   *out_table = found->second;
   return 0;

@@ -97,6 +97,20 @@ struct ListData {
 
 using CorrelateTable = std::map<uint32_t, std::map<uint32_t, int32_t>>;
 
+using RecordData = std::map<std::string, std::string>;
+
+struct StoreData {
+  struct Field {
+    std::string name;
+    uint32_t type;
+    uint32_t flags;
+    bool operator==(const Field&) const = default;
+  };
+  std::vector<Field> fields = {};
+  bool finished = false;
+  std::vector<std::unique_ptr<RecordData>> records = {};
+};
+
 class Mock {
  public:
   ManagerHandle* manager();
@@ -128,8 +142,10 @@ class Mock {
     std::map<std::string, ListData> lists;
     std::map<std::string, CorrelateTable> correlates;
   } lists;
-  std::map<std::string, unsigned> calls;  // by slot
-  std::vector<std::string> trace;         // slots in the order of their calls
+  bool has_storage = false;
+  std::map<std::string, StoreData> stores;  // by name
+  std::map<std::string, unsigned> calls;    // by slot
+  std::vector<std::string> trace;           // slots in the order of their calls
   std::vector<ErrorCall> errors;
   std::vector<LogLine> lines;
   std::vector<ErrorInfo> infos;
