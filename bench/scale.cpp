@@ -70,6 +70,49 @@ uint32_t run(trova_playlist_collection* collection, const char* statement) {
   return count;
 }
 
+std::vector<char> serialize(trova_playlist_collection* collection) {
+  uint32_t size = 0;
+  require(trova_playlist_collection_serialize(collection, nullptr, &size), "measure");
+  std::vector<char> bytes(size);
+  require(trova_playlist_collection_serialize(collection, bytes.data(), &size), "serialize");
+  bytes.resize(size);
+  return bytes;
+}
+
+void read_back(const std::vector<char>& bytes) {
+  trova_playlist_collection* collection = nullptr;
+  require(trova_playlist_collection_deserialize(bytes.data(), static_cast<uint32_t>(bytes.size()),
+                                                &collection),
+          "deserialize");
+  require(trova_playlist_collection_release(collection), "release");
+}
+
+void ignore(void*, trova_playlist_collection*, const char*, uint32_t, uint8_t*) {}
+
+// Reports what the collection holds, all but every hundredth ident.
+void synchronize(trova_playlist_collection* collection) {
+  uint32_t count = 0;
+  require(trova_playlist_collection_ident_count(collection, &count), "count");
+  for (uint32_t i = 0; i < count; ++i) {
+    const char* ident = nullptr;
+    if (i % 100 == 0 || trova_playlist_collection_ident_enum(collection, i, &ident) != 0) continue;
+    // A removed ident has no text.
+    if (*ident != 0) require(trova_playlist_collection_sync_ident_add(collection, ident), "report");
+  }
+  require(trova_playlist_collection_sync_process(collection, ignore, nullptr), "synchronize");
+}
+
+void view_each(trova_playlist_collection* collection, uint32_t count) {
+  for (uint32_t i = 1; i <= count; ++i) {
+    trova_gdo* view = nullptr;
+    const char* text = nullptr;
+    const std::string ident = "/music/artist/album/" + std::to_string(i) + ".flac";
+    require(trova_playlist_collection_ident_get_gdo(collection, ident.c_str(), &view), "view");
+    require(trova_manager_gdo_get_value(view, TROVA_VAL_GENRE_ID, 1, &text), "value");
+    trova_manager_gdo_release(view);
+  }
+}
+
 struct Row {
   const char* name;
   std::function<void(trova_playlist_collection*, uint32_t)> work;
@@ -89,6 +132,13 @@ const std::vector<Row> kRows = {
     statement_row("genpl where qx_genre = 1101 or qx_era = 31970 limit 50 results"),
     statement_row("genpl order (qx_genre like 1101) + (qx_era like 41975)"),
     statement_row("genpl order rand(1000, 7) limit 50 results, 2 per qx_era"),
+    {"serialize", [](trova_playlist_collection* collection, uint32_t) { serialize(collection); }},
+    {"serialize and deserialize",
+     [](trova_playlist_collection* collection, uint32_t) { read_back(serialize(collection)); }},
+    {"report 99 of 100 idents and synchronise",
+     [](trova_playlist_collection* collection, uint32_t) { synchronize(collection); }},
+    {"look into n / 100 idents",
+     [](trova_playlist_collection* collection, uint32_t n) { view_each(collection, n / 100); }},
     {"remove n / 100 idents",
      [](trova_playlist_collection* collection, uint32_t n) {
        for (uint32_t i = 0; i < n; i += 100) {
