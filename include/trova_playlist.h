@@ -239,7 +239,9 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_collection_serialize(
 /*
  * Makes a collection of such bytes, whatever their origin: they are checked, not trusted. Values of
  * attributes that nobody registered are left out, and the log tells so. Idents and values are those
- * that were written; the order of equals in a playlist may differ.
+ * that were written; the order of equals in a playlist may differ. An ident that was first added
+ * right behind one that is removed keeps its values, but is no longer found by its text: after
+ * removals, fill a new collection before you serialize or store it.
  * @param bytes                not kept
  * @param[out] out_collection  released with trova_playlist_collection_release()
  * @return 0; PLERR_CorruptData; PLERR_InvalidData for a version that is not known; PLERR_NoMemory
