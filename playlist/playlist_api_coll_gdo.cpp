@@ -2,6 +2,7 @@
 #include "playlist_collection.h"
 #include "playlist_error.h"
 #include "playlist_gdo_read.h"
+#include "playlist_list_service.h"
 #include "playlist_owner.h"
 #include "playlist_services.h"
 #include "vrel_memory.h"
@@ -14,10 +15,6 @@ const char kSource[] = "playlist_api_coll_gdo";
 // Where the log places these failures, wherever the code stands.
 constexpr uint32_t kCollectionLine = 133;
 constexpr uint32_t kGetValueLine = 435;
-
-// Tried in this order.
-const char kPlaylistLocale[] = "trova_locale_playlist";
-const char kMusicLocale[] = "trova_locale_music";
 
 // What the operations of the data object work on. All but `ident` is guarded by the collection's
 // lock.
@@ -201,11 +198,6 @@ constexpr trova_gdo_operations kViewOperations = {addref,      get_context, chil
 
 // ---- Making the view ----
 
-uint32_t load_locale(trova_locale** out_locale) {
-  if (g_playlist_lists_interface->locale_load(kPlaylistLocale, out_locale) == 0) return 0;
-  return g_playlist_lists_interface->locale_load(kMusicLocale, out_locale);
-}
-
 // Caller holds the lock.
 uint32_t make_view(Collection* collection, const char* ident, IdentView** out_view) {
   uint32_t id = 0;
@@ -217,7 +209,7 @@ uint32_t make_view(Collection* collection, const char* ident, IdentView** out_vi
   view->collection = collection;
   view->ident = id;
   // Without a locale the view still answers what needs none.
-  static_cast<void>(load_locale(&view->locale));
+  static_cast<void>(playlist_load_locale(&view->locale));
   PL_TRY(vrel_hashtable_create(&view->cache, 0, release_cached));
   *out_view = view.take();
   return 0;

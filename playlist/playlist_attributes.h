@@ -53,6 +53,18 @@ uint32_t playlist_initialize_attribute_mood();
 uint32_t playlist_shutdown_attribute_mood();
 uint32_t playlist_initialize_attribute_tempo();
 
+// What a condition scores.
+constexpr int32_t playlist_score_of(bool holds) {
+  return holds ? TROVA_PLAYLIST_SCORE_HOLDS : 0;
+}
+
+// Scores two numbers by one of the operators of equality; false for any other operator.
+inline bool playlist_score_equality(uint32_t op, uint32_t a, uint32_t b, int32_t* out_score) {
+  if (op != TROVA_PLAYLIST_OP_EQUAL && op != TROVA_PLAYLIST_OP_NOT_EQUAL) return false;
+  *out_score = playlist_score_of((a == b) == (op == TROVA_PLAYLIST_OP_EQUAL));
+  return true;
+}
+
 // Calls of slots that a provider may leave out.
 
 // Sets the score of one captured value; 0 when the provider cannot score its kind.

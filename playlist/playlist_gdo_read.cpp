@@ -39,3 +39,10 @@ uint32_t playlist_gdo_get_number(trova_gdo* object, const char* key, uint32_t* o
 uint32_t playlist_gdo_get_matched_track(trova_gdo* album, trova_gdo** out_track) {
   return g_playlist_gdo_interface->gdo_get_child(album, kMatchedTrack, 1, 0, out_track);
 }
+
+trova_gdo* playlist_gdo_track_of(trova_gdo* data, GdoOwner* matched) {
+  if (!playlist_gdo_is(data, kAlbumContext)) {
+    return playlist_gdo_is(data, kTrackContext) ? data : nullptr;
+  }
+  return playlist_gdo_get_matched_track(data, matched->out()) == 0 ? matched->get() : nullptr;
+}

@@ -26,4 +26,8 @@ uint32_t playlist_gdo_get_number(trova_gdo* object, const char* key, uint32_t* o
 // The track that speaks for an album; the caller holds a reference.
 uint32_t playlist_gdo_get_matched_track(trova_gdo* album, trova_gdo** out_track);
 
+// A track itself, or the one that speaks for an album, which `matched` then owns. Null when the
+// album has none, and for any other object.
+trova_gdo* playlist_gdo_track_of(trova_gdo* data, GdoOwner* matched);
+
 #endif  // PLAYLIST_GDO_READ_H

@@ -119,28 +119,15 @@ uint32_t set_value_from_seed(const ListAttribute& attribute, ListContext* contex
 
 // ----------------------------------------------------------------------------- Evaluation
 
-int32_t score_of(bool holds) {
-  return holds ? TROVA_PLAYLIST_SCORE_HOLDS : 0;
-}
-
 uint32_t score_correlate(const ListContext& context, uint32_t value, int32_t* out_score) {
   if (context.correlate_set == nullptr) return PLERR_ListUnavailable;
   return g_playlist_lists_interface->correlate_score(context.correlate_set, value, out_score);
 }
 
 uint32_t compare_values(const ListContext& context, uint32_t value, int32_t* out_score) {
-  switch (context.op) {
-    case TROVA_PLAYLIST_OP_EQUAL:
-      *out_score = score_of(value == context.value);
-      return 0;
-    case TROVA_PLAYLIST_OP_NOT_EQUAL:
-      *out_score = score_of(value != context.value);
-      return 0;
-    case TROVA_PLAYLIST_OP_LIKE:
-      return score_correlate(context, value, out_score);
-    default:
-      return PLERR_Unsupported;
-  }
+  if (playlist_score_equality(context.op, value, context.value, out_score)) return 0;
+  if (context.op != TROVA_PLAYLIST_OP_LIKE) return PLERR_Unsupported;
+  return score_correlate(context, value, out_score);
 }
 
 // The six conditions look at different ends of the two ranges; that is how eras compare: an era
@@ -150,22 +137,22 @@ uint32_t compare_ranges(const ListContext& context, uint32_t value, const Range&
   const Range& wanted = context.range;
   switch (context.op) {
     case TROVA_PLAYLIST_OP_EQUAL:
-      *out_score = score_of(wanted.start <= captured.start && captured.end <= wanted.end);
+      *out_score = playlist_score_of(wanted.start <= captured.start && captured.end <= wanted.end);
       return 0;
     case TROVA_PLAYLIST_OP_NOT_EQUAL:
-      *out_score = score_of(captured.start < wanted.start || captured.end > wanted.end);
+      *out_score = playlist_score_of(captured.start < wanted.start || captured.end > wanted.end);
       return 0;
     case TROVA_PLAYLIST_OP_GREATER:
-      *out_score = score_of(wanted.start < captured.start);
+      *out_score = playlist_score_of(wanted.start < captured.start);
       return 0;
     case TROVA_PLAYLIST_OP_GREATER_OR_EQUAL:
-      *out_score = score_of(wanted.start <= captured.end);
+      *out_score = playlist_score_of(wanted.start <= captured.end);
       return 0;
     case TROVA_PLAYLIST_OP_LESS:
-      *out_score = score_of(captured.end < wanted.start);
+      *out_score = playlist_score_of(captured.end < wanted.start);
       return 0;
     case TROVA_PLAYLIST_OP_LESS_OR_EQUAL:
-      *out_score = score_of(captured.end <= wanted.end);
+      *out_score = playlist_score_of(captured.end <= wanted.end);
       return 0;
     case TROVA_PLAYLIST_OP_LIKE:
       return score_correlate(context, value, out_score);
@@ -193,15 +180,9 @@ uint32_t evaluate_range(const ListContext& context, uint32_t value, int32_t* out
   return code;
 }
 
-// A captured id that cannot be rolled up is compared as it is: the score stands, and the list's
-// answer is the result all the same.
 uint32_t evaluate_value(const ListContext& context, uint32_t value, int32_t* out_score) {
-  uint32_t code = 0;
-  if (context.loaded.list != nullptr) {
-    code = playlist_list_roll_up(context.loaded.list, value, context.level, &value);
-  }
-  PL_TRY(compare_values(context, value, out_score));
-  return code;
+  return playlist_list_compare(context.loaded.list, value, context.level,
+                               [&](uint32_t id) { return compare_values(context, id, out_score); });
 }
 
 // ------------------------------------------------------------------------------ Rendering
@@ -224,9 +205,8 @@ uint32_t render(const ListAttribute& attribute, ListContext* context, uint32_t v
   }
   const ListRenderKey* const render_key = find_render_key(attribute, key);
   if (render_key == nullptr) return PLERR_NotFound;
-  char* text = nullptr;
-  PL_TRY(playlist_list_display(attribute.list_type, locale, value, render_key->level, &text));
-  return playlist_keep_text(&context->texts, text, out_text);
+  return playlist_list_show(attribute.list_type, locale, value, render_key->level, &context->texts,
+                            out_text);
 }
 
 }  // namespace

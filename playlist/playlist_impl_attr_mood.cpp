@@ -129,35 +129,17 @@ uint32_t set_from_seed(MoodContext* context, uint32_t op, trova_gdo* seed) {
 
 // ----------------------------------------------------------------------------- Evaluation
 
-int32_t score_of(bool holds) {
-  return holds ? TROVA_PLAYLIST_SCORE_HOLDS : 0;
-}
-
 uint32_t compare(const MoodContext& context, uint32_t id, int32_t* out_score) {
-  switch (context.op) {
-    case TROVA_PLAYLIST_OP_EQUAL:
-      *out_score = score_of(id == context.value);
-      return 0;
-    case TROVA_PLAYLIST_OP_NOT_EQUAL:
-      *out_score = score_of(id != context.value);
-      return 0;
-    case TROVA_PLAYLIST_OP_LIKE:
-      if (context.correlate_set == nullptr) return PLERR_ListUnavailable;
-      return g_playlist_lists_interface->correlate_score(context.correlate_set, id, out_score);
-    default:
-      return PLERR_Unsupported;
-  }
+  if (playlist_score_equality(context.op, id, context.value, out_score)) return 0;
+  if (context.op != TROVA_PLAYLIST_OP_LIKE) return PLERR_Unsupported;
+  if (context.correlate_set == nullptr) return PLERR_ListUnavailable;
+  return g_playlist_lists_interface->correlate_score(context.correlate_set, id, out_score);
 }
 
-// An id that cannot be rolled up is compared as it is: the score stands, and the list's answer is
-// the result all the same.
 uint32_t score_id(const MoodContext& context, uint32_t id, int32_t* out_score) {
-  uint32_t code = 0;
-  if (context.loaded.list != nullptr) {
-    code = playlist_list_roll_up(context.loaded.list, id, context.level, &id);
-  }
-  PL_TRY(compare(context, id, out_score));
-  return code;
+  return playlist_list_compare(context.loaded.list, id, context.level, [&](uint32_t rolled_up) {
+    return compare(context, rolled_up, out_score);
+  });
 }
 
 uint32_t evaluate_id(MoodContext* context, uint32_t id, int32_t* out_score) {
@@ -195,9 +177,7 @@ uint32_t render(MoodContext* context, uint32_t id, const char* key, trova_locale
   }
   const uint32_t level = level_of_key(key);
   if (level == 0) return PLERR_NotFound;
-  char* text = nullptr;
-  PL_TRY(playlist_list_display(kListType, locale, id, level, &text));
-  return playlist_keep_text(&context->texts, text, out_text);
+  return playlist_list_show(kListType, locale, id, level, &context->texts, out_text);
 }
 
 // ---------------------------------------------------------------------------------- Slots
@@ -215,13 +195,9 @@ uint32_t enum_operators(uint32_t index, uint32_t* out_operator) {
 
 // An album has only its matched track's moods, none of its own.
 uint32_t capture(void* writer, trova_gdo* data, const trova_playlist_capture_callbacks* callbacks) {
-  if (playlist_gdo_is(data, kAlbumContext)) {
-    GdoOwner track;
-    if (playlist_gdo_get_matched_track(data, track.out()) != 0) return 0;
-    capture_moods(writer, track.get(), callbacks);
-  } else if (playlist_gdo_is(data, kTrackContext)) {
-    capture_moods(writer, data, callbacks);
-  }
+  GdoOwner matched;
+  trova_gdo* const track = playlist_gdo_track_of(data, &matched);
+  if (track != nullptr) capture_moods(writer, track, callbacks);
   return 0;
 }
 

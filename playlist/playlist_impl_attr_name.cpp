@@ -67,17 +67,13 @@ uint32_t remember_like(NameContext* context, const char* text, int32_t* out_scor
                                });
 }
 
-int32_t score_of(bool holds) {
-  return holds ? TROVA_PLAYLIST_SCORE_HOLDS : 0;
-}
-
 uint32_t evaluate(NameContext* context, const char* text, int32_t* out_score) {
   switch (context->op) {
     case TROVA_PLAYLIST_OP_EQUAL:
-      *out_score = score_of(vrel_string_equal(text, context->value, 1));
+      *out_score = playlist_score_of(vrel_string_equal(text, context->value, 1));
       return 0;
     case TROVA_PLAYLIST_OP_NOT_EQUAL:
-      *out_score = score_of(!vrel_string_equal(text, context->value, 1));
+      *out_score = playlist_score_of(!vrel_string_equal(text, context->value, 1));
       return 0;
     case TROVA_PLAYLIST_OP_LIKE:
       return remember_like(context, text, out_score);

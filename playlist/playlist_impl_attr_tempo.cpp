@@ -78,29 +78,20 @@ uint32_t read_seed(trova_gdo* seed, uint32_t* out_tempo) {
   return PLERR_NotFound;
 }
 
-int32_t score_of(bool holds) {
-  return holds ? TROVA_PLAYLIST_SCORE_HOLDS : 0;
-}
-
 uint32_t compare(const TempoContext& context, uint32_t value, int32_t* out_score) {
+  if (playlist_score_equality(context.op, value, context.value, out_score)) return 0;
   switch (context.op) {
-    case TROVA_PLAYLIST_OP_EQUAL:
-      *out_score = score_of(value == context.value);
-      return 0;
-    case TROVA_PLAYLIST_OP_NOT_EQUAL:
-      *out_score = score_of(value != context.value);
-      return 0;
     case TROVA_PLAYLIST_OP_GREATER:
-      *out_score = score_of(value > context.value);
+      *out_score = playlist_score_of(value > context.value);
       return 0;
     case TROVA_PLAYLIST_OP_GREATER_OR_EQUAL:
-      *out_score = score_of(value >= context.value);
+      *out_score = playlist_score_of(value >= context.value);
       return 0;
     case TROVA_PLAYLIST_OP_LESS:
-      *out_score = score_of(value < context.value);
+      *out_score = playlist_score_of(value < context.value);
       return 0;
     case TROVA_PLAYLIST_OP_LESS_OR_EQUAL:
-      *out_score = score_of(value <= context.value);
+      *out_score = playlist_score_of(value <= context.value);
       return 0;
     case TROVA_PLAYLIST_OP_LIKE:
       return dsp_primary_tempo_similarity(context.value, value, out_score);
@@ -109,15 +100,10 @@ uint32_t compare(const TempoContext& context, uint32_t value, int32_t* out_score
   }
 }
 
-// A tempo that cannot be rolled up is compared as it is: the score stands, and the list's answer is
-// the result all the same.
 uint32_t evaluate(const TempoContext& context, uint32_t value, int32_t* out_score) {
-  uint32_t code = 0;
-  if (is_equality(context.op) && context.loaded.list != nullptr) {
-    code = playlist_list_roll_up(context.loaded.list, value, context.level, &value);
-  }
-  PL_TRY(compare(context, value, out_score));
-  return code;
+  trova_list* const list = is_equality(context.op) ? context.loaded.list : nullptr;
+  return playlist_list_compare(list, value, context.level,
+                               [&](uint32_t tempo) { return compare(context, tempo, out_score); });
 }
 
 bool is_number_key(const char* key) {
@@ -135,9 +121,7 @@ uint32_t render(TempoContext* context, uint32_t value, const char* key, trova_lo
   if (is_number_key(key)) return playlist_keep_number(&context->texts, value, out_text);
   const uint32_t level = level_of_key(key);
   if (level == 0) return PLERR_NotFound;
-  char* text = nullptr;
-  PL_TRY(playlist_list_display(kListType, locale, value, level, &text));
-  return playlist_keep_text(&context->texts, text, out_text);
+  return playlist_list_show(kListType, locale, value, level, &context->texts, out_text);
 }
 
 uint32_t set_from_seed(TempoContext* context, uint32_t op, trova_gdo* seed) {
@@ -163,13 +147,9 @@ uint32_t enum_operators(uint32_t index, uint32_t* out_operator) {
 
 // An album has only its matched track's tempo, none of its own.
 uint32_t capture(void* writer, trova_gdo* data, const trova_playlist_capture_callbacks* callbacks) {
-  if (playlist_gdo_is(data, kAlbumContext)) {
-    GdoOwner track;
-    if (playlist_gdo_get_matched_track(data, track.out()) != 0) return 0;
-    capture_number(writer, track.get(), callbacks);
-  } else if (playlist_gdo_is(data, kTrackContext)) {
-    capture_number(writer, data, callbacks);
-  }
+  GdoOwner matched;
+  trova_gdo* const track = playlist_gdo_track_of(data, &matched);
+  if (track != nullptr) capture_number(writer, track, callbacks);
   return 0;
 }
 

@@ -39,11 +39,6 @@ uint32_t locale_texts(trova_locale* locale, LocaleTexts* out) {
   return 0;
 }
 
-uint32_t load_locale(trova_locale** out_locale) {
-  if (g_playlist_lists_interface->locale_load(kPlaylistLocale, out_locale) == 0) return 0;
-  return g_playlist_lists_interface->locale_load(kMusicLocale, out_locale);
-}
-
 uint32_t load_list(const char* type, const LocaleTexts& texts, trova_list** out_list) {
   return g_playlist_lists_interface->list_load(type, texts.language, texts.region, texts.descriptor,
                                                out_list);
@@ -58,13 +53,28 @@ uint32_t copy_display(trova_list* list, uint32_t id, uint32_t level, char** out_
   return *out_text == nullptr ? PLERR_NoMemory : 0;
 }
 
+// A copy for the caller.
+uint32_t display(const char* type, trova_locale* locale, uint32_t id, uint32_t level,
+                 char** out_text) {
+  LocaleTexts texts = {};
+  if (locale == nullptr || locale_texts(locale, &texts) != 0) return PLERR_ListUnavailable;
+  ListOwner list;
+  PL_TRY(load_list(type, texts, list.out()));
+  return copy_display(list.get(), id, level, out_text);
+}
+
 }  // namespace
+
+uint32_t playlist_load_locale(trova_locale** out_locale) {
+  if (g_playlist_lists_interface->locale_load(kPlaylistLocale, out_locale) == 0) return 0;
+  return g_playlist_lists_interface->locale_load(kMusicLocale, out_locale);
+}
 
 LoadedList playlist_load_list(const char* type, const char* correlates_name) {
   LoadedList loaded = {};
   LocaleOwner locale;
   LocaleTexts texts = {};
-  if (load_locale(locale.out()) != 0) return loaded;
+  if (playlist_load_locale(locale.out()) != 0) return loaded;
   if (locale_texts(locale.get(), &texts) != 0) return loaded;
   static_cast<void>(load_list(type, texts, &loaded.list));
   if (correlates_name != nullptr) {
@@ -93,15 +103,6 @@ uint32_t playlist_list_locate(trova_list* list, uint32_t id, uint32_t* out_level
   return g_playlist_lists_interface->element_id(element, out_id);
 }
 
-uint32_t playlist_list_display(const char* type, trova_locale* locale, uint32_t id, uint32_t level,
-                               char** out_text) {
-  LocaleTexts texts = {};
-  if (locale == nullptr || locale_texts(locale, &texts) != 0) return PLERR_ListUnavailable;
-  ListOwner list;
-  PL_TRY(load_list(type, texts, list.out()));
-  return copy_display(list.get(), id, level, out_text);
-}
-
 uint32_t playlist_keep_text(vrel_vector** texts, char* text, const char** out_text) {
   uint32_t code = 0;
   if (*texts == nullptr)
@@ -113,6 +114,13 @@ uint32_t playlist_keep_text(vrel_vector** texts, char* text, const char** out_te
   }
   *out_text = text;
   return 0;
+}
+
+uint32_t playlist_list_show(const char* type, trova_locale* locale, uint32_t id, uint32_t level,
+                            vrel_vector** texts, const char** out_text) {
+  char* text = nullptr;
+  PL_TRY(display(type, locale, id, level, &text));
+  return playlist_keep_text(texts, text, out_text);
 }
 
 uint32_t playlist_keep_number(vrel_vector** texts, uint32_t number, const char** out_text) {
