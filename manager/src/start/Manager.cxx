@@ -14,6 +14,7 @@
 #include "memory/Memory.hxx"
 #include "objects/DataObject.hxx"
 #include "serialization/SerializationService.hxx"
+#include "storage/StorageService.hxx"
 #include "trova_manager.h"
 #include "users/User.hxx"
 #include "util/Guard.hxx"
@@ -31,6 +32,11 @@ void* hand_out(const Table& table) {
   return const_cast<Table*>(&table);
 }
 
+void* storage_table() {
+  const trova_storage_interface* const table = storage::service_table();
+  return table == nullptr ? nullptr : hand_out(*table);
+}
+
 void* service_table(std::string_view name) {
   if (name == TROVA_SERVICE_ERRORINFO) return hand_out(error_service_table());
   if (name == TROVA_SERVICE_HANDLEMANAGER) return hand_out(handle_service_table());
@@ -38,6 +44,7 @@ void* service_table(std::string_view name) {
   if (name == TROVA_SERVICE_LISTMANAGER) return hand_out(lists::list_service_table());
   if (name == TROVA_SERVICE_GDO) return hand_out(object_service_table());
   if (name == TROVA_SERVICE_SERIALIZATION) return hand_out(serialization_service_table());
+  if (name == TROVA_SERVICE_STORAGE) return storage_table();
   return nullptr;
 }
 
@@ -63,7 +70,9 @@ constinit ManagerHandle g_handle = {
     .register_package = register_package,
 };
 
+// What can fail comes first.
 void apply(const trova_manager_options& options) {
+  storage::start(options.storage_path);
   lists::list_service_start(options.language);
   memory::set_limit(options.memory_limit);
 }
@@ -90,6 +99,7 @@ uint32_t stop() {
   const std::lock_guard hold(g_lock);
   if (!manager_runs()) return TROVA_MANAGER_NOT_RUNNING;
   if (g_starts.fetch_sub(1) != 1) return 0;
+  storage::stop();
   lists::list_service_stop();
   memory::set_limit(0);
   return 0;

@@ -8,7 +8,8 @@
 namespace trova {
 
 // The code for the exception that is being handled; call it from a catch block only.
-// TROVA_MANAGER_NO_MEMORY for std::bad_alloc, TROVA_MANAGER_INTERNAL for everything else.
+// The code of a Failure, whose words are then the thread's last error; TROVA_MANAGER_NO_MEMORY for
+// std::bad_alloc, TROVA_MANAGER_INTERNAL for everything else.
 uint32_t code_of_current_exception() noexcept;
 
 // Reports a failure of one of our exported functions to the error log and returns what the log
