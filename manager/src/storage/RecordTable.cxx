@@ -85,7 +85,19 @@ bool RecordTable::read_bulk(int64_t id, size_t position, Values& values) {
   return true;
 }
 
+// Where a large value finds no room, what it wrote can be given back only if the log holds nothing
+// else: on a full disk the file cannot grow to take it in.
+void RecordTable::prepare_for(const Values& values) {
+  constexpr size_t kLarge = 256 * 1024;
+  size_t total = 0;
+  for (size_t i = 0; i < layout_.fields.size(); ++i) {
+    if (values.is_changed(i)) total += values.bytes(i).size();
+  }
+  if (total >= kLarge) database_.empty_log();
+}
+
 int64_t RecordTable::write(int64_t id, const Values& values) {
+  prepare_for(values);
   Transaction writing(database_, Transaction::Kind::kWrite);
   const bool is_same = id != 0 && exists(id);
   if (id != 0 && !is_same) {

@@ -44,6 +44,7 @@ class RecordTable {
   template <class Visit>
   void for_each_column(Visit visit) const;
 
+  void prepare_for(const Values& values);
   bool exists(int64_t id);
   Vector<int64_t> rivals(int64_t id, const Values& values);
   int64_t write_row(int64_t id, const Values& values);

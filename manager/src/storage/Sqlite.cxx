@@ -70,6 +70,10 @@ std::string reason_of(sqlite3* connection, int result, int system_error) {
 
 }  // namespace
 
+std::string describe(uint32_t code, const std::string& title, const std::string& reason) {
+  return trova_manager_error_text(code) + (": " + title) + " (" + reason + ")";
+}
+
 Database::Database(const std::string& name, int flags, std::string title)
     : title_(std::move(title)) {
   sqlite3* connection = nullptr;
@@ -122,19 +126,18 @@ void Database::give_back(Statement statement) noexcept {
   place = std::move(statement);
 }
 
+void Database::empty_log() noexcept {
+  const int patience = std::exchange(patience_, 0);
+  sqlite3_wal_checkpoint_v2(get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+  patience_ = patience;
+}
+
+// What was written to the log before there was no room left still fills the disk.
 void Database::roll_back() noexcept {
   if (sqlite3_get_autocommit(get()) == 0) {
     sqlite3_exec(get(), "ROLLBACK", nullptr, nullptr, nullptr);
   }
-  if (std::exchange(is_full_, false)) shrink_log();
-}
-
-// What a large value wrote before there was no room left still fills the disk. Gives it back unless
-// somebody reads just now.
-void Database::shrink_log() noexcept {
-  const int patience = std::exchange(patience_, 0);
-  sqlite3_wal_checkpoint_v2(get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
-  patience_ = patience;
+  if (std::exchange(is_full_, false)) empty_log();
 }
 
 void Database::fail(int result) {
@@ -144,7 +147,7 @@ void Database::fail(int result) {
 
 void Database::fail(uint32_t code, const std::string& reason) {
   is_full_ = code == TROVA_MANAGER_STORE_FULL;
-  throw Failure(code, trova_manager_error_text(code) + (": " + title_) + " (" + reason + ")");
+  throw Failure(code, describe(code, title_, reason));
 }
 
 Query::~Query() {

@@ -22,6 +22,9 @@ namespace trova::storage {
 
 using SqlText = std::string;
 
+// The words for a failure: what the code means, which file, and why.
+std::string describe(uint32_t code, const std::string& title, const std::string& reason);
+
 // A compiled statement.
 class Statement {
  public:
@@ -63,6 +66,10 @@ class Database {
   template <class Step>
   void retry_while_busy(Step step);
 
+  // Moves what the log holds into the file and cuts the log off, unless somebody uses it just now
+  // or there is no room for that.
+  void empty_log() noexcept;
+
   // Undoes the transaction that is open, if one is.
   void roll_back() noexcept;
 
@@ -76,7 +83,6 @@ class Database {
 
   static int wait_for_others(void* self, int waits) noexcept;
   void configure();
-  void shrink_log() noexcept;
 
   struct Close {
     void operator()(sqlite3* connection) const noexcept { sqlite3_close(connection); }

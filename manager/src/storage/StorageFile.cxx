@@ -101,12 +101,17 @@ bool can_never_change(const std::string& path) {
   return stat((path + "-wal").c_str(), &log) != 0 || log.st_size == 0;
 }
 
-// What is no file is refused before SQLite opens it: pipes and devices might wait.
+[[noreturn]] void refuse(const std::string& path, uint32_t code, const char* reason) {
+  throw Failure(code, describe(code, path, reason));
+}
+
+// What SQLite would treat otherwise: it might wait for a pipe or a device, and it takes a file of
+// one byte for an empty one.
 void require_file(const std::string& path) {
   struct stat status = {};
-  if (stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return;
-  const uint32_t code = TROVA_MANAGER_STORE_FAILED;
-  throw Failure(code, trova_manager_error_text(code) + (": " + path) + " (it is not a file)");
+  if (stat(path.c_str(), &status) != 0) return;  // a new one, or opening it tells what is wrong
+  if (!S_ISREG(status.st_mode)) refuse(path, TROVA_MANAGER_STORE_FAILED, "it is not a file");
+  if (status.st_size == 1) refuse(path, TROVA_MANAGER_STORE_BROKEN, "it has one byte");
 }
 
 // The connection has a cache of its own; it is not shared with others of this process.
