@@ -38,14 +38,20 @@ extern "C" {
 #define TROVA_MANAGER_BAD_HANDLE UINT32_C(0x90100321)  /* stale, foreign or of another kind */
 #define TROVA_MANAGER_UNSUPPORTED UINT32_C(0x9010003c) /* e.g. setting values of a view */
 
-/* The storage service and its file. The playlist library answers PLERR_ManagerPkgB for them; what
- * went wrong, in words and with the file's name, is then the text of trova_manager_last_error(). */
-#define TROVA_MANAGER_STORE_BROKEN UINT32_C(0x90100501)    /* no database, or damaged */
-#define TROVA_MANAGER_STORE_NEWER UINT32_C(0x90100502)     /* written by a newer version */
-#define TROVA_MANAGER_STORE_BUSY UINT32_C(0x90100503)      /* another process holds it for long */
-#define TROVA_MANAGER_STORE_READ_ONLY UINT32_C(0x90100504) /* must not be written */
-#define TROVA_MANAGER_STORE_FULL UINT32_C(0x90100505)      /* no room on the disk */
-#define TROVA_MANAGER_STORE_FAILED UINT32_C(0x90100506)    /* any other failure of the disk */
+/* The storage service and its file: answers of trova_manager_start() and of the service. The
+ * playlist library answers PLERR_ManagerPkgB for them; what went wrong, in words and with the
+ * file's name, is then the text of trova_manager_last_error() and a line of the log. Whatever the
+ * code is, what was in the file stays. */
+/* Damaged, no database, or a database of another program. */
+#define TROVA_MANAGER_STORE_BROKEN UINT32_C(0x90100501)
+#define TROVA_MANAGER_STORE_NEWER UINT32_C(0x90100502) /* written by a newer version */
+/* Another process held it for half a minute. */
+#define TROVA_MANAGER_STORE_BUSY UINT32_C(0x90100503)
+/* There is no right to write it, or to make a file in its folder. */
+#define TROVA_MANAGER_STORE_READ_ONLY UINT32_C(0x90100504)
+#define TROVA_MANAGER_STORE_FULL UINT32_C(0x90100505) /* no room on the disk */
+/* Any other failure of the disk; also a missing folder, or a path that is no file. */
+#define TROVA_MANAGER_STORE_FAILED UINT32_C(0x90100506)
 
 /* Value keys and contexts of data objects that the built-in attributes read. */
 #define TROVA_CTX_TRACK "trova_ctx_track"
@@ -78,20 +84,27 @@ typedef struct trova_manager_options {
   size_t size;          /* sizeof(trova_manager_options) of the caller */
   const char* language; /* "en", "de", or null: LC_ALL, LC_MESSAGES, LANG, else English */
   size_t memory_limit;  /* bytes that the allocator may hand out; 0: no limit */
-  /* The file of the storage service, made when it does not exist; ":memory:" for one that ends with
-   * the manager; null: no storage service. Callers compiled before it existed pass a size without
-   * it, which is null. */
+  /* The file of the storage service, an SQLite database that is made when it does not exist;
+   * ":memory:" for one that ends with the manager; null: no storage service. Several processes may
+   * use one file, on a local file system. While it is in use, "-wal" and "-shm" files stand beside
+   * it. A process that forks must not use it in the child. Callers compiled before this field
+   * existed pass a size without it, which is null. */
   const char* storage_path;
 } trova_manager_options;
 
 /*
  * @param options           may be null: all defaults. Ignored when the manager runs already.
  * @param[out] out_manager  valid until the last stop
+ * @return 0; a TROVA_MANAGER_STORE_ code when the storage file cannot be used, and then the manager
+ *         does not run
  */
 TROVA_MANAGER_API uint32_t trova_manager_start(const trova_manager_options* options,
                                                ManagerHandle** out_manager);
 
-/* @return 0; TROVA_MANAGER_NOT_RUNNING */
+/*
+ * Closes the storage file, too: stores, records and cursors that are left can only be released.
+ * @return 0; TROVA_MANAGER_NOT_RUNNING
+ */
 TROVA_MANAGER_API uint32_t trova_manager_stop(void);
 
 /* @return static text, the version of the embedded manager */

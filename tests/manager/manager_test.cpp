@@ -54,7 +54,7 @@ TEST(Start, ReadsAsManyOptionsAsTheCallerKnows) {
   EXPECT_EQ(trova_manager_start(&options, &manager), TROVA_MANAGER_INVALID_ARG);
 }
 
-TEST_F(ManagerTest, EveryRequiredServiceIsThereAndStorageIsAFailure) {
+TEST_F(ManagerTest, EveryRequiredServiceIsThereAndStorageOnlyWithAFile) {
   for (const char* const name :
        {TROVA_SERVICE_ERRORINFO, TROVA_SERVICE_HANDLEMANAGER, TROVA_SERVICE_USERINFO,
         TROVA_SERVICE_LISTMANAGER, TROVA_SERVICE_GDO, TROVA_SERVICE_SERIALIZATION}) {
