@@ -28,21 +28,23 @@ uint32_t acquire(Owner<T>& owner, uint32_t (*slot)(Given...), Args... args) {
   return code;
 }
 
-inline uint32_t start_storage(const char* path) {
-  const trova_manager_options options = {sizeof options, "en", 0, path};
+inline uint32_t start_storage(const std::string& path) {
+  const trova_manager_options options = {sizeof options, "en", 0, path.c_str()};
   ManagerHandle* manager = nullptr;
   void* table = nullptr;
-  uint32_t code = trova_manager_start(&options, &manager);
-  if (code == 0) code = manager->query_interface(TROVA_SERVICE_STORAGE, &table);
-  if (code == 0) g_storage = static_cast<const trova_storage_interface*>(table);
+  if (const uint32_t code = trova_manager_start(&options, &manager)) return code;
+  const uint32_t code = manager->query_interface(TROVA_SERVICE_STORAGE, &table);
+  g_storage = static_cast<const trova_storage_interface*>(table);
   return code;
 }
 
+// The store's own code, or that of the first call that fails.
 inline uint32_t open_store(Owner<trova_store>& store) {
   return acquire(store, g_storage->open, "trova_collection.store");
 }
 
-inline uint32_t create_store(Owner<trova_store>& store) {
+inline uint32_t open_or_create_store(Owner<trova_store>& store) {
+  if (open_store(store) == 0) return 0;
   uint32_t code = acquire(store, g_storage->create, "trova_collection.store");
   if (code == 0) code = g_storage->add_field(store.get(), "coll_name", 1, 3);
   if (code == 0) code = g_storage->add_field(store.get(), "coll_data", 3, 0);
@@ -59,65 +61,29 @@ inline uint32_t find_record(trova_store* store, const std::string& name,
   return code != 0 ? code : acquire(found, g_storage->cursor_next, cursor.get());
 }
 
-inline uint32_t fill(trova_record* record, const std::string& name, const std::string& bytes) {
+inline uint32_t fill(trova_record* record, const std::string& name, const std::string& data) {
   const uint32_t code = g_storage->set_string(record, "coll_name", name.c_str());
-  if (code != 0) return code;
-  return g_storage->set_binary(record, "coll_data", bytes.data(),
-                               static_cast<uint32_t>(bytes.size()));
+  const uint32_t length = static_cast<uint32_t>(data.size());
+  return code != 0 ? code : g_storage->set_binary(record, "coll_data", data.data(), length);
 }
 
 // @param key  the name under which the collection was stored before
-inline uint32_t put(const std::string& key, const std::string& name, const std::string& bytes) {
+inline uint32_t put(const std::string& key, const std::string& name, const std::string& data) {
   Owner<trova_store> store;
   Owner<trova_record> record;
-  uint32_t code = open_store(store) == 0 ? 0 : create_store(store);
+  uint32_t code = open_or_create_store(store);
   if (code != 0) return code;
   const bool is_update = find_record(store.get(), key, record) == 0;
   if (!is_update) code = acquire(record, g_storage->record_new, store.get());
-  if (code == 0) code = fill(record.get(), name, bytes);
+  if (code == 0) code = fill(record.get(), name, data);
   if (code != 0) return code;
-  return is_update ? g_storage->record_update(record.get())
-                   : g_storage->record_insert(record.get());
+  return (is_update ? g_storage->record_update : g_storage->record_insert)(record.get());
 }
-inline uint32_t put(const std::string& name, const std::string& bytes) {
-  return put(name, name, bytes);
-}
-
-inline uint32_t load(const std::string& name, std::string& out) {
-  Owner<trova_store> store;
-  Owner<trova_record> record;
-  const void* bytes = nullptr;
-  uint32_t length = 0;
-  uint32_t code = open_store(store);
-  if (code == 0) code = find_record(store.get(), name, record);
-  if (code == 0) code = g_storage->get_binary(record.get(), "coll_data", &bytes, &length);
-  if (code == 0) out.assign(static_cast<const char*>(bytes), length);
-  return code;
+inline uint32_t put(const std::string& name, const std::string& data) {
+  return put(name, name, data);
 }
 
-inline uint32_t take_away(const std::string& name) {
-  Owner<trova_store> store;
-  Owner<trova_record> record;
-  uint32_t code = open_store(store);
-  if (code == 0) code = find_record(store.get(), name, record);
-  return code != 0 ? code : g_storage->record_delete(record.get());
-}
-
-inline std::vector<std::string> names() {
-  std::vector<std::string> all;
-  Owner<trova_store> store;
-  Owner<trova_cursor> cursor;
-  Owner<trova_record> record;
-  if (open_store(store) != 0) return all;
-  if (acquire(cursor, g_storage->query, store.get(), nullptr) != 0) return all;
-  while (acquire(record, g_storage->cursor_next, cursor.get()) == 0) {
-    const char* name = nullptr;
-    if (g_storage->get_string(record.get(), "coll_name", &name) == 0) all.push_back(name);
-  }
-  return all;
-}
-
-// Data that tells which store() it came from and whether it is whole.
+// Data that tells which store it came from and whether it is whole.
 inline std::string data_of(const std::string& name, unsigned number) {
   std::string data = std::to_string(number) + " " + name;
   data.resize(number * 7919u % 60'000u + 100u, static_cast<char>('a' + number % 26));
