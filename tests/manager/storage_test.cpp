@@ -313,12 +313,18 @@ TEST_F(StorageTest, LackOfMemoryAnywhereIsACodeAndLeavesTheRecordAsItWas) {
 
 // ------------------------------------------------------------------- Several at the same time
 
-// Starts a process that stores and writes what it stored to a file. The pipe ends with it.
-FILE* start_helper(const std::string& file, char who, int count, const std::string& out) {
-  return popen(("echo $$; exec " STORAGE_HELPER " '" + file + "' " + who + " " +
-                std::to_string(count) + " >" + out)
-                   .c_str(),
-               "r");
+struct Helper {
+  FILE* pipe;  // ends with it
+  pid_t id;
+};
+
+// Starts a process that stores and writes what it stored to a file.
+Helper start_helper(const std::string& file, char who, int count, const std::string& out) {
+  const std::string command = "echo $$; exec " STORAGE_HELPER " '" + file + "' " + who + " " +
+                              std::to_string(count) + " >" + out;
+  Helper helper = {popen(command.c_str(), "r"), 0};
+  EXPECT_EQ(fscanf(helper.pipe, "%d", &helper.id), 1);
+  return helper;
 }
 
 TEST_F(StorageTest, KilledWriterLosesNoneButTheStoreThatWasRunning) {
@@ -327,14 +333,12 @@ TEST_F(StorageTest, KilledWriterLosesNoneButTheStoreThatWasRunning) {
   size_t known = 0;
   for (int round = 0; round < 40; ++round) {
     write_file(out, "");
-    FILE* const helper = start_helper(file, 'w', 1'000'000, out);
-    pid_t id = 0;
-    ASSERT_EQ(fscanf(helper, "%d", &id), 1);
+    const Helper helper = start_helper(file, 'w', 1'000'000, out);
     const size_t due = random() % 100;  // bytes, some for each that was stored
     while (fs::file_size(out) < due) usleep(100);
     usleep(static_cast<useconds_t>(random() % 3000));
-    ASSERT_EQ(kill(id, SIGKILL), 0);
-    pclose(helper);
+    ASSERT_EQ(kill(helper.id, SIGKILL), 0);
+    pclose(helper.pipe);
     ASSERT_EQ(run(connect(file), "PRAGMA integrity_check"), "ok") << round;
     ASSERT_EQ(restart(), 0u);
     std::ifstream lines(out);
@@ -357,11 +361,11 @@ TEST_F(StorageTest, ProcessesCreateAndFillOneFileTogether) {
     for (int round = 0; round < rounds; ++round) {
       trova_manager_stop();
       fs::remove(file);
-      std::vector<FILE*> helpers;
+      std::vector<Helper> helpers;
       for (int i = 0; i < processes; ++i) {
         helpers.push_back(start_helper(file, static_cast<char>('a' + i), count, "/dev/null"));
       }
-      for (FILE* const helper : helpers) EXPECT_EQ(pclose(helper), 0);
+      for (const Helper& helper : helpers) EXPECT_EQ(pclose(helper.pipe), 0);
       ASSERT_EQ(restart(), 0u);
       const Names all = names();
       EXPECT_EQ(all.size(), static_cast<size_t>(processes * count / 2 + std::min(5, count / 2)));
