@@ -1,4 +1,5 @@
-// golden_test: a stream and playlists that were written once, the same on every machine.
+// golden_test: a stream and playlists that were written once, the same on every machine, and
+// collections in the store of the embedded manager.
 //
 // With TROVA_GOLDEN_WRITE set to a folder the test writes the files there instead.
 #include <gtest/gtest.h>
@@ -49,7 +50,8 @@ class Golden : public ::testing::Test {
  protected:
   void SetUp() override {
     ManagerHandle* manager = nullptr;
-    ASSERT_EQ(trova_manager_start(nullptr, &manager), 0u);
+    const trova_manager_options options = {sizeof options, nullptr, 0, ":memory:"};
+    ASSERT_EQ(trova_manager_start(&options, &manager), 0u);
     ASSERT_EQ(trova_playlist_initialize(manager), 0u);
   }
   void TearDown() override {
@@ -67,6 +69,15 @@ class Golden : public ::testing::Test {
     EXPECT_EQ(trova_manager_list_get(list, index % count, &element), 0u);
     trova_manager_list_release(list);
     return element.id;
+  }
+
+  static std::string id_of_name(const char* type, const char* name) {
+    trova_list* list = nullptr;
+    trova_manager_element element = {};
+    EXPECT_EQ(trova_manager_list_load(type, &list), 0u);
+    EXPECT_EQ(trova_manager_list_find(list, name, &element), 0u);
+    trova_manager_list_release(list);
+    return std::to_string(element.id);
   }
 
   static void add_album(trova_gdo* track, const std::string& title) {
@@ -176,4 +187,47 @@ TEST_F(Golden, streams_and_playlists_are_those_of_every_other_machine) {
   for (auto* collection : {made, read, again}) {
     EXPECT_EQ(trova_playlist_collection_release(collection), 0u);
   }
+}
+
+TEST_F(Golden, the_embedded_manager_stores_collections_by_name) {
+  trova_playlist_collection* const made = make_collection();
+  trova_playlist_collection* read = nullptr;
+  uint32_t count = 7;
+  char name[64] = "";
+  EXPECT_EQ(trova_playlist_storage_count_collections(&count), 0u);
+  EXPECT_EQ(count, 0u);
+  EXPECT_EQ(trova_playlist_storage_load_collection("golden ♪", &read), PLERR_NotFound);
+  EXPECT_EQ(trova_playlist_storage_remove_collection("golden ♪"), PLERR_NotFound);
+  EXPECT_EQ(trova_playlist_storage_store_collection(made), 0u);
+  EXPECT_EQ(trova_playlist_collection_update_name(made, "renamed"), 0u);
+  EXPECT_EQ(trova_playlist_storage_store_collection(made), 0u);
+  EXPECT_EQ(trova_playlist_storage_count_collections(&count), 0u);
+  EXPECT_EQ(count, 1u);
+  EXPECT_EQ(trova_playlist_storage_enum_collections(1, name, sizeof name), PLERR_NotFound);
+  EXPECT_EQ(trova_playlist_storage_enum_collections(0, name, sizeof name), 0u);
+  EXPECT_STREQ(name, "renamed");
+  ASSERT_EQ(trova_playlist_storage_load_collection("renamed", &read), 0u);
+  EXPECT_EQ(trova_playlist_collection_update_name(read, "golden ♪"), 0u);
+  EXPECT_EQ(playlists(read), read_file("playlists.txt"));
+
+  // A view through the manager: in its language, until it is released, whatever becomes of the
+  // rest.
+  trova_gdo* view = nullptr;
+  const char* genre = nullptr;
+  const char* id = nullptr;
+  const char* none = nullptr;
+  ASSERT_EQ(trova_playlist_collection_ident_get_gdo(read, "/music/0.flac", &view), 0u);
+  EXPECT_EQ(trova_playlist_collection_release(read), 0u);
+  EXPECT_EQ(trova_manager_gdo_get_value(view, "trova_val_list_genremeta", 1, &genre), 0u);
+  EXPECT_EQ(trova_manager_gdo_get_value(view, TROVA_VAL_GENRE_ID, 1, &id), 0u);
+  EXPECT_EQ(trova_manager_gdo_get_value(view, TROVA_VAL_GENRE_ID, 2, &none), PLERR_NotFound);
+  EXPECT_EQ(id_of_name(TROVA_LIST_GENRES, genre), id);
+  EXPECT_EQ(trova_manager_gdo_value_count(view, "trova_val_artist", &count), 0u);
+  EXPECT_EQ(count, 0u);
+  EXPECT_EQ(trova_manager_gdo_release(view), 0u);
+
+  EXPECT_EQ(trova_playlist_storage_remove_collection("renamed"), 0u);
+  EXPECT_EQ(trova_playlist_storage_count_collections(&count), 0u);
+  EXPECT_EQ(count, 0u);
+  EXPECT_EQ(trova_playlist_collection_release(made), 0u);
 }
