@@ -267,7 +267,7 @@ uint32_t keep_name(Reading* reading, const Raw& name, const char** out_text) {
     reading->names_room = static_cast<uint32_t>(room);
   }
   char* const text = static_cast<char*>(collection->load_buffer) + reading->names_length;
-  memcpy(text, name.bytes, name.length);
+  if (name.length != 0) memcpy(text, name.bytes, name.length);  // an empty raw has no bytes
   text[name.length] = '\0';
   reading->names_length = static_cast<uint32_t>(needed);
   *out_text = text;
