@@ -84,6 +84,7 @@ constexpr int kFresh = 0xCD, kFreed = 0xDD, kFrontGuard = 0xA5, kRearGuard = 0x5
 struct State {
   std::recursive_mutex lock;
   std::unordered_map<void*, size_t> blocks;
+  size_t bytes = 0, peak_bytes = 0;
   uint32_t memory_users = 0;
   std::unordered_set<const void*> handles, dead_handles;
   std::unordered_map<const void*, std::string> open;  // object to kind
@@ -172,6 +173,8 @@ void* allocate(size_t size) {
   std::memset(block, kFresh, size);
   std::memset(block + size, kRearGuard, kGuard);
   g.blocks[block] = size;
+  g.bytes += size;
+  g.peak_bytes = std::max(g.peak_bytes, g.bytes);
   g.dead_handles.erase(block);
   return block;
 }
@@ -190,6 +193,7 @@ void release_block(void* block) {
       guard_holds(bytes - kGuard, kFrontGuard) && guard_holds(bytes + found->second, kRearGuard),
       "a block written outside its bounds");
   std::memset(bytes, kFreed, found->second);
+  g.bytes -= found->second;
   g.blocks.erase(found);
   if (g.handles.erase(block) != 0) g.dead_handles.insert(block);
   std::free(bytes - kGuard);
@@ -760,6 +764,15 @@ const trova_gdo_interface& Mock::objects() const {
   return g_gdo;
 }
 
+const trova_listmanager_interface& Mock::list_service() const {
+  return g_lists;
+}
+
+const trova_gdo_operations& Mock::operations(const trova_gdo* object, void** out_view) const {
+  *out_view = object->view;
+  return *object->operations;
+}
+
 void Mock::reset() {
   *this = Mock();
   g.problems.clear();
@@ -793,6 +806,18 @@ bool Mock::refuse_allocation() {
 
 size_t Mock::blocks() const {
   return g.blocks.size();
+}
+
+size_t Mock::bytes() const {
+  return g.bytes;
+}
+
+size_t Mock::peak_bytes() const {
+  return g.peak_bytes;
+}
+
+void Mock::watch_peak() {
+  g.peak_bytes = g.bytes;
 }
 
 std::string Mock::usage() const {

@@ -117,6 +117,9 @@ class Mock {
   trova_user* user();
   Object object(const std::string& context) { return Object(context); }
   const trova_gdo_interface& objects() const;
+  const trova_listmanager_interface& list_service() const;
+  // What the library gave to gdo_create for one of its views.
+  const trova_gdo_operations& operations(const trova_gdo* object, void** out_view) const;
 
   // Forgets lists, faults and records; turns all log lines on.
   void reset();
@@ -132,6 +135,9 @@ class Mock {
   bool refuse_allocation();
 
   size_t blocks() const;      // in use
+  size_t bytes() const;       // in use
+  size_t peak_bytes() const;  // in use at most since the last watch_peak()
+  void watch_peak();
   std::string usage() const;  // all that is in use, by kind
   void expect_clean();        // nothing is in use, and no rule was broken
   void expect_no_problems();  // no rule was broken since the last look
