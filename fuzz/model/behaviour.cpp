@@ -30,7 +30,7 @@ uint32_t Behaviour::operator_at(uint32_t index, uint32_t* out_operator) const {
 }
 
 uint32_t Behaviour::prepare(Target* target, uint32_t op, const char* text) const {
-  *target = {op, text == nullptr ? "(null)" : text};
+  *target = {op, text == nullptr ? "(null)" : text, {}};
   const std::string what = "prepares " + std::to_string(op) + " " + target->text;
   const bool refuses = target->text.rfind("0x", 0) == 0;
   return note(what, refuses ? static_cast<uint32_t>(std::stoul(target->text, nullptr, 16)) : 0);
@@ -69,6 +69,15 @@ Outcome Behaviour::score(const Target& target, const std::string& value) const {
   return outcome;
 }
 
+uint32_t Behaviour::render(const std::string& value, const std::string& key, bool has_locale,
+                           std::string* out_text) const {
+  static const uint32_t kRefusals[] = {0x90550022, 0x10550011, 0x10550003, 0x908902d3};
+  const uint32_t kind = static_cast<unsigned char>(value.empty() ? 0 : value.back()) % 8;
+  const uint32_t code = wild && kind < 4 ? kRefusals[kind] : 0;
+  if (code == 0) *out_text = name + "." + key + "=" + value + (has_locale ? "" : " anywhere");
+  return note("renders " + value + " as " + key, code);
+}
+
 // Reads the n-th value of an attribute; false past the last one.
 static bool read(const Behaviour& behaviour, trova_gdo* data, uint32_t n, const char** out_text) {
   const trova_gdo_interface& objects = trova_mock::mock().objects();
@@ -83,6 +92,14 @@ static Target* target_of(void* context) {
 static uint32_t answer(Outcome outcome, int32_t* out_score) {
   if (outcome.code == 0 || outcome.score != 0) *out_score = outcome.score;
   return outcome.code;
+}
+
+static uint32_t render(const Behaviour& behaviour, void* context, const std::string& value,
+                       const char* key, trova_locale* locale, const char** out_text) {
+  std::string text;
+  const uint32_t code = behaviour.render(value, key, locale != nullptr, &text);
+  if (code == 0) *out_text = target_of(context)->rendered.emplace_back(text).c_str();
+  return code;
 }
 
 template <int i>
@@ -129,6 +146,18 @@ static trova_playlist_attribute_provider record() {
   if (g_behaviours[i].scores_strings) {
     provider.evaluate_string = [](void* context, const char* value, int32_t* out) {
       return answer(g_behaviours[i].score(*target_of(context), std::string(value)), out);
+    };
+  }
+  if (g_behaviours[i].renders_integers) {
+    provider.render_integer = [](void* context, uint32_t value, const char* key,
+                                 trova_locale* locale, const char** out) {
+      return render(g_behaviours[i], context, "#" + std::to_string(value), key, locale, out);
+    };
+  }
+  if (g_behaviours[i].renders_strings) {
+    provider.render_string = [](void* context, const char* value, const char* key,
+                                trova_locale* locale, const char** out) {
+      return render(g_behaviours[i], context, value, key, locale, out);
     };
   }
   provider.delete_context = [](void* context) {

@@ -4,6 +4,7 @@
 #define BEHAVIOUR_H
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,7 @@ struct Outcome {
 struct Target {
   uint32_t op = 0;
   std::string text = {};
+  std::deque<std::string> rendered = {};
 };
 
 // Captures the values under a key of its own: "#" and digits are an integer, all else is text.
@@ -26,6 +28,8 @@ struct Behaviour {
   uint32_t past_end = 0x10890003;
   bool scores_integers = true;
   bool scores_strings = true;
+  bool renders_integers = true;
+  bool renders_strings = true;
   bool wild = false;  // evaluates to warnings, failures and extreme scores, too
 
   std::string key() const { return "value of " + name; }
@@ -36,6 +40,9 @@ struct Behaviour {
   uint32_t prepare_without_value(Target* target, uint32_t op) const;
   Outcome score(const Target& target, uint32_t value) const;
   Outcome score(const Target& target, const std::string& value) const;
+  // What a value is called under a key. Some values have no name.
+  uint32_t render(const std::string& value, const std::string& key, bool has_locale,
+                  std::string* out_text) const;
 
  private:
   uint32_t note(const std::string& what, uint32_t code) const;

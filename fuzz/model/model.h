@@ -24,6 +24,7 @@ inline bool failed(uint32_t code) {
   return (code & 0x80000000u) != 0;
 }
 uint32_t map_error(uint32_t code);
+std::string folded(std::string text);  // names that differ in letter case only are one
 // Decimal text as a C library with a long of 32 bits reads it.
 uint32_t to_u32(const std::string& text);
 int32_t to_i32(const std::string& text);
@@ -94,9 +95,18 @@ class StringTable {
   // Gives a blanked string its place again if it has the length of what was blanked there first.
   void restore(uint32_t id, const std::string& text);
   std::vector<uint32_t> ids() const;  // in the order of their hashes
+  const std::string& buffer() const { return buffer_; }
+  // Takes another table's buffer over. A string behind a run of zeros is not found again.
+  void attach(const std::string& bytes);
 
  private:
-  std::map<uint32_t, uint32_t> ids_by_hash_;
+  struct Entry {
+    uint32_t hash, id;
+  };
+  static int32_t by_hash(const Entry& a, const Entry& b) {
+    return a.hash < b.hash ? -1 : a.hash > b.hash;
+  }
+  Array<Entry> index_ = {{}, by_hash, true};
   std::map<uint32_t, size_t> blanked_;
   std::string buffer_;
 };
@@ -146,12 +156,14 @@ class Context {
 };
 
 struct Collection {
+  std::string title = {};
   std::vector<std::unique_ptr<Attribute>> attributes;
   StringTable idents;
   StringTable values;
 
   explicit Collection(const std::vector<Attribute>& registry);
   Attribute* find(const std::string& name) const;
+  void put(const Attribute& attribute);  // in place of one of its name
   void add(const std::string& ident, const trova_mock::ObjectData& data);
   uint32_t remove(const std::string& ident);
 };

@@ -45,14 +45,16 @@ uint32_t StringTable::add(const std::string& text) {
   if (buffer_.empty()) buffer_.push_back('\0');
   const auto id = static_cast<uint32_t>(buffer_.size());
   buffer_ += text + '\0';
-  ids_by_hash_[hash_of(text)] = id;
+  index_.add({hash_of(text), id});
   return id;
 }
 
 std::optional<uint32_t> StringTable::find(const std::string& text) const {
-  auto found = ids_by_hash_.find(hash_of(text));
-  if (found == ids_by_hash_.end()) return std::nullopt;
-  return found->second;
+  const uint32_t hash = hash_of(text);
+  for (const Entry& entry : index_.items) {
+    if (entry.hash >= hash) return entry.hash == hash ? std::optional(entry.id) : std::nullopt;
+  }
+  return std::nullopt;
 }
 
 void StringTable::blank(uint32_t id) {
@@ -69,13 +71,29 @@ void StringTable::restore(uint32_t id, const std::string& text) {
 
 std::vector<uint32_t> StringTable::ids() const {
   std::vector<uint32_t> all;
-  for (const auto& [hash, id] : ids_by_hash_) all.push_back(id);
+  for (const Entry& entry : index_.items) all.push_back(entry.id);
   return all;
+}
+
+void StringTable::attach(const std::string& bytes) {
+  *this = StringTable();
+  buffer_ = bytes;
+  if (!bytes.empty() && bytes.back() != '\0') buffer_ += '\0';
+  for (size_t at = 0;;) {
+    at = buffer_.find('\0', at);
+    if (at == std::string::npos || ++at >= buffer_.size()) return;
+    if (buffer_[at] != '\0') {
+      index_.add({hash_of(get(static_cast<uint32_t>(at))), static_cast<uint32_t>(at)});
+    } else {
+      at = buffer_.find_first_not_of('\0', at);
+      if (at == std::string::npos) return;
+    }
+  }
 }
 
 // ------------------------------------------------------------------------------ Collection
 
-static std::string folded(std::string text) {
+std::string folded(std::string text) {
   for (char& c : text) {
     if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
   }
@@ -83,11 +101,13 @@ static std::string folded(std::string text) {
 }
 
 Collection::Collection(const std::vector<Attribute>& registry) {
-  for (const Attribute& attribute : registry) {
-    std::erase_if(attributes,
-                  [&](auto& known) { return folded(known->name) == folded(attribute.name); });
-    attributes.push_back(std::make_unique<Attribute>(attribute));
-  }
+  for (const Attribute& attribute : registry) put(attribute);
+}
+
+void Collection::put(const Attribute& attribute) {
+  std::erase_if(attributes,
+                [&](auto& known) { return folded(known->name) == folded(attribute.name); });
+  attributes.push_back(std::make_unique<Attribute>(attribute));
 }
 
 Attribute* Collection::find(const std::string& name) const {
@@ -140,6 +160,16 @@ static const ListAttribute kListAttributes[] = {
     {"QX_Origin", "_sdkmgr_val_list_origin_id", "trova_list_type_origins",
      "trova_correlates_origin"}};
 
+// Values of the other built-in attributes, which these tests store but never compare.
+static const struct {
+  const char *name, *key, *context;
+  const char* prefix;
+} kPlainValues[] = {{"QX_AlbumName", "trova_val_title_display", "trova_ctx_album", ""},
+                    {"QX_ArtistName", "trova_val_artist", "", ""},
+                    {"QX_Mood", "_sdkmgr_val_list_mood_data", "trova_ctx_track", ""},
+                    {"QX_Mood", "_sdkmgr_val_list_mood_id", "trova_ctx_track", "#"},
+                    {"QX_Tempo", "_sdkmgr_val_list_tempo_value", "trova_ctx_track", "#"}};
+
 Attribute::Attribute(const std::string& built_in) : name(built_in) {
   for (const ListAttribute& row : kListAttributes) {
     if (row.name == name) list = &row;
@@ -169,6 +199,11 @@ std::vector<std::string> Attribute::capture(const trova_mock::ObjectData& data) 
       const std::string* text = object == nullptr ? nullptr : object->value(list->key);
       if (text != nullptr) found.push_back("#" + std::to_string(to_u32(*text)));
     }
+  }
+  for (const auto& row : kPlainValues) {
+    const std::string* text = row.name == name ? data.value(row.key) : nullptr;
+    const bool reads = text != nullptr && (data.context == row.context || row.context[0] == '\0');
+    if (reads) found.push_back(row.prefix + *text);
   }
   return found;
 }
