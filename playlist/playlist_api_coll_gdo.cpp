@@ -96,9 +96,9 @@ uint32_t find_value(vrel_vector2* values, uint32_t ident, ValueEntry* out) {
 uint32_t render_string(const IdentView* view, const ViewCacheEntry* entry, uint32_t value,
                        const char* key, const char** out_text) {
   const AttributeProvider* const provider = entry->info->provider;
-  if (provider->render_string == nullptr) return PLERR_InvalidData;
   const char* text = nullptr;
   PL_TRY(vrel_stringtable_get_value(view->collection->values, value, &text));
+  if (provider->render_string == nullptr) return PLERR_InvalidData;
   return provider->render_string(entry->context, text, key, view->locale, out_text);
 }
 
@@ -165,15 +165,14 @@ uint32_t value_count(void* view, const char* key, uint32_t* out_count) {
   return 0;
 }
 
-// The view has no locale after a failure, nor when it is given none.
+// The view has no locale after a failure, nor when it is given none. The new one is taken before
+// the old one is given back: they may be one.
 uint32_t set_locale(void* view, trova_locale* locale) {
   auto* const ident_view = static_cast<IdentView*>(view);
   CollectionLock lock(ident_view->collection);
+  const uint32_t code = locale == nullptr ? 0 : g_playlist_lists_interface->locale_addref(locale);
   release_locale(ident_view->locale);
-  ident_view->locale = nullptr;
-  if (locale == nullptr) return 0;
-  const uint32_t code = g_playlist_lists_interface->locale_addref(locale);
-  if (code == 0) ident_view->locale = locale;
+  ident_view->locale = code == 0 ? locale : nullptr;
   return _playlist_map_error(code);
 }
 

@@ -391,8 +391,8 @@ uint32_t View::get(const std::string& key, uint32_t ordinal, std::string* out_te
   const bool renders = custom == nullptr ? record->is_text == is_name || name == "QX_Mood"
                        : record->is_text ? custom->renders_strings
                                          : custom->renders_integers;
-  if (!renders) return 0x9089000b;
   if (record->is_text && record->value > collection_.values.buffer().size()) return 0x90890363;
+  if (!renders) return 0x9089000b;
   std::string value =
       record->is_text ? collection_.values.get(record->value) : std::to_string(record->value);
   if (custom == nullptr) {

@@ -725,6 +725,9 @@ class World {
     void* self = nullptr;
     const trova_gdo_operations& operations = mock().operations(view->library, &self);
     trova_locale* locale = nullptr;
+    EXPECT_EQ(operations.get_locale(self, &locale), 0u);
+    // Its own, or none.
+    EXPECT_EQ(chance(30) ? operations.set_locale(self, locale) : 0, 0u);
     if (mock().lists.locales.empty()) return;
     EXPECT_EQ(service.locale_load(mock().lists.locales.begin()->first.c_str(), &locale), 0u);
     const bool refuses = chance(30);

@@ -51,6 +51,7 @@ class Lasting : public ::testing::Test {
     EXPECT_EQ(trova_playlist_initialize(mock().manager()), 0u);
     for (int i = 0; i < 3; ++i) {
       g_behaviours[i] = Behaviour{std::string("qx_") + "abc"[i]};
+      g_behaviours[i].renders_strings = false;
       const trova_playlist_attribute_provider provider = provider_of(i);
       EXPECT_EQ(trova_playlist_register_attribute_provider(&provider), 0u);
     }
@@ -436,6 +437,7 @@ TEST_F(Lasting, a_view_answers_by_value_key_and_by_attribute_name) {
       .value("_sdkmgr_val_list_tempo_value", "120")
       .value("trova_val_artist", "John")
       .value(g_behaviours[0].key(), "#1")
+      .value(g_behaviours[1].key(), "red")
       .child("trova_ctx_album!", album);
   EXPECT_EQ(trova_playlist_collection_ident_add(collection_, "x", track.get()), 0u);
   trova_gdo* const object = view("x");
@@ -461,7 +463,8 @@ TEST_F(Lasting, a_view_answers_by_value_key_and_by_attribute_name) {
       {"_sdkmgr_val_list_mood_data", 1, 0, "5:100"},
       {"_sdkmgr_val_list_tempo_value", 1, 0, "120"},
       {"_sdkmgr_val_list_era_id", 1, PLERR_NotFound},
-      {"qx_a", 1, PLERR_InvalidData},
+      {"qx_a", 1, 0, "qx_a.qx_a=#1"},
+      {"qx_b", 1, PLERR_InvalidData},
       {"no key", 1, PLERR_NotFound},
   };
   for (const auto& [key, ordinal, expected, text] : cases) {
