@@ -2,11 +2,10 @@
 // with the exact answer.
 #include <gtest/gtest.h>
 
-#include <pthread.h>
-
 #include <algorithm>
 
 #include "behaviour.h"
+#include "case_file.h"
 #include "trova_mock.h"
 #include "trova_playlist.h"
 
@@ -105,123 +104,31 @@ class Edges : public ::testing::Test {
   Strings idents_;
 };
 
-std::string nested(int depth, const std::string& inner) {
-  const auto n = static_cast<size_t>(depth);
-  return std::string(n, '(') + inner + std::string(n, ')');
-}
-
-std::string chain(const std::string& link, const std::string& joint, int links) {
-  std::string text = link;
-  for (int i = 1; i < links; ++i) text += joint + link;
-  return text;
-}
-
 }  // namespace
 
 // ------------------------------------------------------------------------------- Language
 
 TEST_F(Edges, good_statements_validate_and_say_whether_they_need_a_seed) {
-  const std::pair<const char*, int> cases[] = {
-      {"GENPL", 0},
-      {"generate playlist;", 0},
-      {"generate playlist where qx_mood like seed >= -160;", 1},
-      {"GENPL WHERE (qx_mood LIKE seed) >= -160", 1},
-      {"genpl where qx_a = 1 and qx_b = 2 or qx_c = 3", 0},
-      {"genpl order 10 - 3", 0},
-      {"genpl where qx_mood like seed limit 10 results, 2 per qx_genre", 1},
-      {"genpl; anything", 0},
-      {"g w qx_a l s a QX_B == '' o qx_c != \"x'y\" ord r(5, 7) lim 1 re, 2 pe qx_a", 1},
-      {"gene playl\r\n\twhere(qx_a=1)limit 1 results", 0},
-      {"genpl limit 3 per seed", 1},
-      {"genpl where 1 = 2", 0},
-      {"genpl where (qx_a = 1 or qx_b = 2) >= 5", 0},
-  };
-  for (const auto& [statement, uses_seed] : cases) {
+  for (const Case& each : read_cases("statements.txt", "valid")) {
     uint8_t used = 77;
-    EXPECT_EQ(validate(statement, &used), 0u) << statement;
-    EXPECT_EQ(used, uses_seed) << statement;
-    EXPECT_TRUE(mock().infos.empty()) << statement;
+    EXPECT_EQ(validate(each[0], &used), 0u) << each[0];
+    EXPECT_EQ(std::to_string(used), each[1]) << each[0];
+    EXPECT_TRUE(mock().infos.empty()) << each[0];
   }
 }
 
 TEST_F(Edges, broken_statements_say_what_is_wrong) {
   const std::string x310(310, 'x'), x299(299, 'x');
-  const std::pair<std::string, const char*> cases[] = {
-      {"gen playlist", "unexpected symbol 'playlist'"},
-      {"genpl order 10 -3", "unexpected symbol '-3'"},
-      {"genpl limit 10 results limit 5 results", "unexpected symbol 'limit'"},
-      {"genpl where qx_genre = 'abc", nullptr},
-      {"genpl where qx_genre = \"a;c\"", nullptr},
-      {"genpl where qx_genre = 12abc", "expected ident|number at '= 12abc'"},
-      {"genpl where qx_nosuch = 1", "attribute 'qx_nosuch' not supported by collection"},
-      {"12abc", "unexpected symbol '12abc'"},
-      {"genpl where qx_a = -12abc", "unexpected symbol 'abc'"},
-      {"genpl & where qx_a = 1", "unexpected symbol '&'"},
-      {"genpl where & = 1", "expected ident|number at '& = 1'"},
-      {"genpl where qx_a & 1", "bad operator ''"},
-      {"genpl where qx_a 12abc", "bad operator 'qx_a'"},
-      {"genpl where qx_a ! 1", "bad operator '!'"},
-      {"genpl order qx_a +5 -", "bad operator '+5'"},
-      {"genpl where; more", "expected ident|number at '; more'"},
-      {"genpl where rand(5) = 1", "expected ident|number at 'rand(5) = 1'"},
-      {"genpl where (qx_a = 1", "unexpected end of statement"},
-      {"genpl where (qx_a = 1;", "unexpected end of statement"},
-      {"genpl where qx_a = 1) limit 1; 2", "unbalanced right parens ') limit 1; 2'"},
-      {"genpl where (qx_a = 1) like 5", "unexpected symbol 'like'"},
-      {"genpl limit x results", "expected number at 'x results'"},
-      {"genpl limit 1 results,", "expected number at ''"},
-      {"genpl limit 5 of; them", "expected RESULTS|PER at 'of; them'"},
-      {"genpl order rand 5", "unexpected symbol '5'"},
-      {"genpl where qx_genre > 5", "attribute 'qx_genre' does not support operator '>'"},
-      {"genpl where 5 <= QX_Genre", "attribute 'QX_Genre' does not support operator '<='"},
-      {"genpl where qx_genre > 1 order qx_origin < 2",
-       "attribute 'qx_origin' does not support operator '<'"},
-  };
-  for (const auto& [statement, message] : cases) {
+  for (const Case& each : read_cases("statements.txt", "broken")) {
     uint8_t used = 77;
-    EXPECT_EQ(validate(statement, &used), PLERR_Syntax) << statement;
+    EXPECT_EQ(validate(each[0], &used), PLERR_Syntax) << each[0];
     std::optional<std::string> text;
-    if (message != nullptr) text = message;
-    EXPECT_EQ(mock().infos, (std::vector<ErrorInfo>{{PLERR_Syntax, text}})) << statement;
-    EXPECT_EQ(used, 77) << statement;
+    if (each[1] != "-") text = each[1];
+    EXPECT_EQ(mock().infos, (std::vector<ErrorInfo>{{PLERR_Syntax, text}})) << each[0];
+    EXPECT_EQ(used, 77) << each[0];
   }
   EXPECT_EQ(validate("genpl where " + x310 + " = 1"), PLERR_Syntax);
   EXPECT_EQ(mock().infos.back().text, "attribute '" + x299 + "' not supported by collection");
-}
-
-TEST_F(Edges, parentheses_nest_to_a_limit_and_chains_have_none) {
-  EXPECT_EQ(add("x", {"#1"}), 0u);
-  std::function<void()> task = [&] {
-    for (const std::string& statement :
-         {"genpl where " + nested(1000, "qx_a = 1") + " order " + nested(1000, "1 + rand(2)"),
-          "genpl where " + chain("qx_a = 1", " or ", 5000),
-          "genpl order " + chain("1", " + ", 30000)}) {
-      EXPECT_EQ(generated(statement), Strings{"x"}) << statement.substr(0, 40);
-    }
-  };
-  // A small stack; the sanitizers make every frame of it larger.
-#ifdef __SANITIZE_ADDRESS__
-  constexpr size_t kStack = 1024 * 1024;
-#else
-  constexpr size_t kStack = 256 * 1024;
-#endif
-  pthread_attr_t attributes;
-  pthread_t thread;
-  pthread_attr_init(&attributes);
-  pthread_attr_setstacksize(&attributes, kStack);
-  const auto run = [](void* argument) -> void* {
-    (*static_cast<std::function<void()>*>(argument))();
-    return nullptr;
-  };
-  ASSERT_EQ(pthread_create(&thread, &attributes, run, &task), 0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attributes);
-  for (const char* inner : {"where qx_a = ", "order 1 + "}) {
-    const std::string text(inner);
-    EXPECT_EQ(validate("genpl " + text.substr(0, 6) + nested(1001, text.substr(6) + "1")),
-              PLERR_Syntax);
-    EXPECT_EQ(mock().infos.back().text, "statement nested too deeply");
-  }
 }
 
 // ----------------------------------------------------------------------------- Evaluation
@@ -233,31 +140,12 @@ TEST_F(Edges, where_parts_keep_their_rules) {
   }
   Object seed("trova_ctx_track");
   seed.value(g_behaviours[0].key(), "1");
-  const std::pair<const char*, Strings> cases[] = {
-      {"genpl", {"x", "y", "z"}},
-      {"genpl where 5 > qx_a", {}},
-      // A filter judges the value that brought an ident in.
-      {"genpl where qx_a = 1 and qx_b = 2", {}},
-      {"genpl where qx_b = 2 and qx_a = 2", {"y"}},
-      // An OR adds, even where it should filter.
-      {"genpl where qx_a = 5 and (qx_b = 9 or qx_b = 2)", {"y", "z"}},
-      {"genpl where qx_c = 'red' and qx_a = 5 or qx_b = 1", {"x", "z"}},
-      // Without a value in the seed nothing is added, nothing passes, and every score is 0.
-      {"genpl where qx_b like seed", {}},
-      {"genpl where qx_a = 1 and qx_b like seed", {}},
-      {"genpl where qx_a = 1 and (qx_b like seed) >= -160", {"x", "y"}},
-      {"genpl where qx_a = 1 and (qx_b like seed) >= 1", {}},
-      {"genpl where (qx_a like seed) >= 61", {"x", "y"}},
-      {"genpl where (qx_a like seed) >= 60", {"x", "y", "z"}},
-      // The whole OR stands on the right: its entries' own scores are compared.
-      {"genpl where (qx_a like seed) >= (qx_b = 2) or qx_b = 1", {"x", "y", "z"}},
-      {"genpl where qx_a != 0 limit -1 results", {"x", "y", "z"}},
-      {"genpl limit 0 results", {}},
-      {"genpl limit 0 per qx_a", {"x", "y", "z"}},
-      {"genpl order 1 / 0 + qx_b = 1", {"x", "y", "z"}},
-  };
-  for (const auto& [statement, expected] : cases) {
-    EXPECT_EQ(sorted(generated(statement, seed.get())), expected) << statement;
+  for (const Case& each : read_cases("statements.txt", "where")) {
+    std::string idents;
+    for (const std::string& ident : sorted(generated(each[0], seed.get()))) {
+      idents += (idents.empty() ? "" : " ") + ident;
+    }
+    EXPECT_EQ(idents, each[1]) << each[0];
   }
   EXPECT_EQ(generated("genpl where qx_a > 0 order qx_b like 2")[0], "y");
   EXPECT_EQ(generated("genpl order 0 - rand(1000, 7)"), generated("genpl order 0 - rand(1000, 7)"));
