@@ -9,6 +9,9 @@
 
 namespace trova_cli {
 
+// What is said of a file that ReadTags() refuses.
+inline constexpr char kNoAudio[] = "not an audio file that can be read";
+
 // Whether a file's ending is one of an audio format that can be read.
 bool IsAudioName(std::string_view name);
 
