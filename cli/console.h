@@ -30,12 +30,17 @@ class Console {
 
   // One line on a terminal that shows how far a scan is. It appears once the scan has taken a
   // second, is redrawn a few times per second, and goes away before anything else is said.
-  void Progress(std::size_t count);
+  void Progress(std::size_t count, std::string_view what = "tracks read");
+  // The same where the end is known: with the rate and the time that is left.
+  void Progress(std::size_t done, std::size_t total);
   void EndProgress();
 
  private:
   using Clock = std::chrono::steady_clock;
 
+  bool IsProgressDue();
+  void ShowProgress(std::string_view text);
+  void HideProgress();
   void Say(std::string_view colour, std::string_view text);
   void Write(std::string_view bytes);
 
@@ -44,7 +49,8 @@ class Console {
   bool terminal_;
   bool colour_;
   bool progress_shown_ = false;
-  Clock::time_point next_progress_{};  // the epoch while no scan runs
+  Clock::time_point start_{};  // of the scan; the epoch while none runs
+  Clock::time_point next_progress_{};
 };
 
 }  // namespace trova_cli

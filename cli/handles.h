@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace trova_cli {
@@ -29,8 +30,12 @@ using Results = std::unique_ptr<trova_playlist_results, Releaser<trova_playlist_
 // Throws CommandError for a failure code; warnings pass. `what` completes "cannot ...".
 void Check(std::uint32_t code, std::string_view what);
 
+// The same for what may fail at the file of the stored collections: the manager says which file
+// and why. True when the code is 0, false for a warning: not there.
+bool CheckStorage(std::uint32_t code, std::string_view what);
+
 // An empty collection with the attributes that are registered.
-Collection MakeCollection();
+Collection MakeCollection(const std::string& name = "library");
 
 // A data object of a context such as TROVA_CTX_TRACK.
 DataObject MakeDataObject(const char* context);
@@ -41,7 +46,8 @@ User MakeUser();
 // The manager and the library, running. It outlives every handle.
 class Engine {
  public:
-  Engine();
+  // @param storage  file of the stored collections, or null for none
+  explicit Engine(const char* storage = nullptr);
   ~Engine();
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
