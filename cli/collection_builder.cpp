@@ -1,117 +1,29 @@
-// CollectionBuilder: tracks become data objects.
+// CollectionBuilder: tracks by index, so that no two meet under one hash.
 #include "collection_builder.h"
 
-#include <fmt/format.h>
-
-#include <algorithm>
-#include <iterator>
 #include <optional>
-#include <string>
 
 #include "error.h"
 #include "library_ident.h"
+#include "track_description.h"
 
 namespace trova_cli {
-namespace {
-
-constexpr std::size_t kWholeWeight = 100;
-
-void AddText(const DataObject& object, const char* key, const char* text) {
-  if (*text == '\0') return;
-  Check(trova_manager_gdo_add_value(object.get(), key, text), "fill a data object");
-}
-
-void AddNumber(const DataObject& object, const char* key, std::uint32_t number) {
-  if (number == 0) return;
-  Check(trova_manager_gdo_add_number(object.get(), key, number), "fill a data object");
-}
-
-void AddAlbums(const DataObject& object, const TrackView& track) {
-  const char* artist = *track.album_artist == '\0' ? track.artist : track.album_artist;
-  for (const char* title : track.albums) {
-    const DataObject album = MakeDataObject(TROVA_CTX_ALBUM);
-    AddText(album, TROVA_VAL_TITLE, title);
-    AddText(album, TROVA_VAL_ARTIST, artist);
-    Check(trova_manager_gdo_add_child(object.get(), TROVA_CHILD_ALBUM, album.get()),
-          "fill a data object");
-  }
-}
-
-// "id:weight,id:weight"
-std::string MoodProfile(std::span<const std::uint32_t> moods) {
-  const std::vector<std::size_t> weights = MoodWeights(moods.size());
-  std::string profile;
-  for (std::size_t i = 0; i < weights.size(); ++i) {
-    fmt::format_to(std::back_inserter(profile), "{}{}:{}", i > 0 ? "," : "", moods[i], weights[i]);
-  }
-  return profile;
-}
-
-}  // namespace
-
-const char* DescribedArtist(const TrackView& track) {
-  return *track.artist == '\0' ? track.album_artist : track.artist;
-}
-
-std::vector<std::size_t> MoodWeights(std::size_t count) {
-  if (count == 0) return {};
-  count = std::min(count, kWholeWeight);
-  std::vector<std::size_t> weights(count, kWholeWeight / count);
-  weights.front() += kWholeWeight % count;
-  return weights;
-}
-
-DataObject DescribeTrack(const TrackView& track) {
-  DataObject object = MakeDataObject(TROVA_CTX_TRACK);
-  AddText(object, TROVA_VAL_TITLE, track.title);
-  AddText(object, TROVA_VAL_ARTIST, DescribedArtist(track));
-  AddAlbums(object, track);
-  AddNumber(object, TROVA_VAL_ERA_ID, track.era);
-  AddNumber(object, TROVA_VAL_ORIGIN_ID, track.origin);
-  AddNumber(object, TROVA_VAL_ARTIST_TYPE_ID, track.artist_type);
-  AddNumber(object, TROVA_VAL_TEMPO, track.bpm);
-  if (!track.genres.empty()) AddNumber(object, TROVA_VAL_GENRE_ID, track.genres.front());
-  if (!track.moods.empty()) {
-    AddNumber(object, TROVA_VAL_MOOD_ID, track.moods.front());
-    AddText(object, TROVA_VAL_MOOD_DATA, MoodProfile(track.moods).c_str());
-  }
-  return object;
-}
 
 void CollectionBuilder::Add(const Track& track) {
   const TrackIds ids = mapper_.Map(track);
-  const std::optional<std::uint32_t> known = tracks_.Find(track.ident);
-  if (known) {
-    return AddGenres(*known, tracks_.AddGenres(*known, ids.genres));
+  if (const std::optional<std::uint32_t> known = tracks_.Find(track.ident)) {
+    const auto added = tracks_.AddGenres(*known, ids.genres);
+    return CaptureGenres(collection_, IdentOfIndex(*known).data(), added);
   }
   if (tracks_.size() == kMaxTracks) throw CommandError("the library has too many tracks");
   const std::uint32_t index = tracks_.Add(track, ids);
-  const TrackView view = tracks_.Get(index);
-  AddData(index, DescribeTrack(view));
-  if (view.genres.size() > 1) AddGenres(index, view.genres.subspan(1));
+  CaptureTrack(collection_, IdentOfIndex(index).data(), tracks_.Get(index));
 }
 
-void CollectionBuilder::ReportLeftOut(Console& console) const {
+std::size_t CollectionBuilder::left_out() const {
   std::uint32_t count = 0;
   Check(trova_playlist_collection_ident_count(collection_, &count), "count the tracks");
-  if (count >= tracks_.size()) return;
-  const std::uint32_t left_out = tracks_.size() - count;
-  console.Warn(fmt::format("{} track{} no genre, year or other value and can be in no playlist",
-                           left_out, left_out == 1 ? " has" : "s have"));
-}
-
-// An attribute reads one genre per data object; the library gathers what it reads under an ident.
-void CollectionBuilder::AddGenres(std::uint32_t index, std::span<const std::uint32_t> genres) {
-  for (const std::uint32_t id : genres) {
-    const DataObject genre = MakeDataObject(TROVA_CTX_TRACK);
-    AddNumber(genre, TROVA_VAL_GENRE_ID, id);
-    AddData(index, genre);
-  }
-}
-
-void CollectionBuilder::AddData(std::uint32_t index, const DataObject& data) {
-  const LibraryIdent ident = IdentOfIndex(index);
-  Check(trova_playlist_collection_ident_add(collection_, ident.data(), data.get()), "add a track");
+  return tracks_.size() - count;
 }
 
 }  // namespace trova_cli

@@ -3,24 +3,12 @@
 #define TROVA_CLI_COLLECTION_BUILDER_H
 
 #include <cstddef>
-#include <cstdint>
-#include <span>
-#include <vector>
 
-#include "console.h"
 #include "handles.h"
 #include "name_mapper.h"
 #include "track_store.h"
 
 namespace trova_cli {
-
-// The data object that describes a track. Of several genres it carries the first.
-DataObject DescribeTrack(const TrackView& track);
-// The artist that it carries; "" for none.
-const char* DescribedArtist(const TrackView& track);
-// The weights of its moods: they share 100 alike, and what is left over goes to the first. Beyond
-// 100 moods nothing is left to give, and the rest are not carried.
-std::vector<std::size_t> MoodWeights(std::size_t count);
 
 class CollectionBuilder {
  public:
@@ -32,14 +20,10 @@ class CollectionBuilder {
   // Throws CommandError when the library or the manager fails.
   void Add(const Track& track);
 
-  // Says how many tracks the collection left out, because they carry nothing that an attribute
-  // reads.
-  void ReportLeftOut(Console& console) const;
+  // How many tracks the collection left out, because they carry nothing that an attribute reads.
+  std::size_t left_out() const;
 
  private:
-  void AddGenres(std::uint32_t index, std::span<const std::uint32_t> genres);
-  void AddData(std::uint32_t index, const DataObject& data);
-
   trova_playlist_collection* collection_;
   NameMapper& mapper_;
   TrackStore& tracks_;

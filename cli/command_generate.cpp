@@ -3,7 +3,6 @@
 #include <optional>
 #include <string>
 
-#include "collection_builder.h"
 #include "commands.h"
 #include "handles.h"
 #include "library_session.h"
@@ -11,6 +10,7 @@
 #include "statement_fault.h"
 #include "statement_hint.h"
 #include "statement_source.h"
+#include "track_description.h"
 
 namespace trova_cli {
 namespace {
@@ -46,9 +46,12 @@ ExitCode Generate(const GenerateOptions& options, Console& console) {
   LibrarySession session(options.library, console);
   const ExpandedStatement statement = ReadStatement(options, session.lists(), console);
   session.Read();
-  const TrackStore& tracks = session.tracks();
+  Library& library = session.library();
   DataObject seed;
-  if (options.seed) seed = DescribeTrack(tracks.Get(FindSeed(tracks, *options.seed)));
+  if (options.seed) {
+    const std::uint32_t index = FindSeed(library, *options.seed);
+    seed = DescribeTrack(library.tracks().Get(index));
+  }
   const Results results =
       RunStatement(statement, session.collection(), seed.get(), session.lists());
   Playlist playlist = session.MakePlaylist(results);

@@ -3,13 +3,13 @@
 #include <memory>
 #include <string>
 
-#include "collection_builder.h"
 #include "commands.h"
 #include "error.h"
 #include "explanation.h"
 #include "handles.h"
 #include "library_session.h"
 #include "seed_finder.h"
+#include "track_description.h"
 
 namespace trova_cli {
 namespace {
@@ -44,9 +44,11 @@ ExitCode Like(const LikeOptions& options, Console& console) {
   }
   LibrarySession session(options.library, console);
   session.Read();
-  const TrackView seed = session.tracks().Get(FindSeed(session.tracks(), options.query));
-  const Results results = RunMoreLikeThis(session.collection(), seed);
+  Library& library = session.library();
+  const std::uint32_t seed_index = FindSeed(library, options.query);
+  const Results results = RunMoreLikeThis(session.collection(), library.tracks().Get(seed_index));
   Playlist playlist = session.MakePlaylist(results, options.limit);
+  const TrackView seed = library.tracks().Get(seed_index);
   const ExitCode code =
       options.explain ? WriteExplained(session, seed, playlist) : session.Write(playlist);
   if (code == kExitNone && seed.moods.empty() && seed.genres.empty()) {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "collection_builder.h"
 #include "text.h"
+#include "track_description.h"
 
 namespace trova_cli {
 namespace {

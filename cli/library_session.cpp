@@ -8,10 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "collection_builder.h"
 #include "error.h"
-#include "library_ident.h"
-#include "name_mapper.h"
+#include "file_library.h"
+#include "stored_library.h"
 
 namespace trova_cli {
 namespace {
@@ -20,24 +19,28 @@ constexpr std::string_view kDefaultForm = "table";
 constexpr std::string_view kPathsForm = "paths";
 
 // The library lists a track once for each of its values that matches; a playlist has it once, at
-// its best place.
-std::vector<std::uint32_t> OrderOf(const Results& results, const TrackStore& tracks,
-                                   Console& console) {
+// its best place. An ident without text is one that was removed.
+std::vector<std::uint32_t> OrderOf(const Results& results, Library& library, Console& console) {
   std::uint32_t count = 0;
   Check(trova_playlist_results_count(results.get(), &count), "count the results");
-  std::vector<bool> listed(tracks.size());
+  std::vector<bool> listed;
   std::vector<std::uint32_t> order;
+  std::uint32_t repeated = 0;
   for (std::uint32_t i = 0; i < count; ++i) {
     const char* ident = nullptr;
     Check(trova_playlist_results_enum(results.get(), i, &ident), "read the results");
-    const std::uint32_t index = IndexOfIdent(ident);
-    if (listed.at(index)) continue;
+    if (*ident == '\0') continue;
+    const std::uint32_t index = library.IndexOf(ident);
+    if (listed.size() <= index) listed.resize(library.tracks().size());
+    if (listed[index]) {
+      ++repeated;
+      continue;
+    }
     listed[index] = true;
     order.push_back(index);
   }
-  if (order.size() < count) {
-    console.Note(fmt::format("{} of {} results repeat a track and are left out",
-                             count - order.size(), count));
+  if (repeated > 0) {
+    console.Note(fmt::format("{} of {} results repeat a track and are left out", repeated, count));
   }
   return order;
 }
@@ -47,10 +50,13 @@ std::vector<std::uint32_t> OrderOf(const Results& results, const TrackStore& tra
 void LibraryOptions::Define(CLI::App& options) {
   std::vector<std::string> forms;
   for (const Writer& writer : Writers()) forms.emplace_back(writer.name);
+  CLI::Option* const library = options.add_option(
+      "--library", library_, "Folder of audio files, or a .csv, .tsv, .jsonl or .ndjson file");
   options
-      .add_option("--library", library_,
-                  "Folder of audio files, or a .csv, .tsv, .jsonl or .ndjson file")
-      ->required();
+      .add_option("--collection", collection_,
+                  "Stored collection; without it and --library, the default one")
+      ->excludes(library);
+  store_.Define(options)->excludes(library);
   options.add_option("--output", output_, "How to write the playlist; else as a table")
       ->check(CLI::IsMember(forms));
   options.add_flag("-0,--null", zero_, "Paths, each ended by a zero byte");
@@ -78,28 +84,21 @@ Locations LibraryOptions::MakeLocations() const {
 }
 
 LibrarySession::LibrarySession(const LibraryOptions& options, Console& console)
-    : console_(console),
-      write_(options.ChooseWriter()),
-      locations_(options.MakeLocations()),
-      log_(console) {
+    : console_(console), write_(options.ChooseWriter()), locations_(options.MakeLocations()) {
   console_.set_verbose(options.verbose());
-  reader_ = OpenLibrary(options.library(), log_);
-}
-
-void LibrarySession::Read() {
-  collection_ = MakeCollection();
-  NameMapper mapper(lists_);
-  CollectionBuilder builder(collection_.get(), mapper, tracks_);
-  reader_->Read([&](Track& track) { builder.Add(track); });
-  log_.Finish();
-  mapper.ReportUnknown(console_);
-  builder.ReportLeftOut(console_);
+  if (options.library()) {
+    engine_.emplace();
+    library_ = std::make_unique<FileLibrary>(*options.library(), console_);
+  } else {
+    store_.emplace(options.store(), StoreUse::kRead, console_);
+    library_ = std::make_unique<StoredLibrary>(options.collection(), *store_);
+  }
 }
 
 Playlist LibrarySession::MakePlaylist(const Results& results, std::size_t limit) {
-  std::vector<std::uint32_t> order = OrderOf(results, tracks_, console_);
+  std::vector<std::uint32_t> order = OrderOf(results, *library_, console_);
   order.resize(std::min(order.size(), limit));
-  return Playlist(tracks_, lists_, std::move(order), locations_);
+  return Playlist(library_->tracks(), lists_, std::move(order), locations_);
 }
 
 ExitCode LibrarySession::Write(Playlist& playlist,

@@ -13,12 +13,12 @@
 #include "console.h"
 #include "exit_codes.h"
 #include "handles.h"
+#include "library.h"
 #include "locations.h"
 #include "name_lists.h"
 #include "playlist.h"
-#include "read_log.h"
-#include "track_reader.h"
-#include "track_store.h"
+#include "store.h"
+#include "store_options.h"
 #include "writers.h"
 
 namespace trova_cli {
@@ -29,7 +29,11 @@ class LibraryOptions {
   // Adds the options. The values outlive them.
   void Define(CLI::App& options);
 
-  const std::string& library() const noexcept { return library_; }
+  // Nothing for a stored collection.
+  const std::optional<std::string>& library() const noexcept { return library_; }
+  // The stored collection; nothing stands for the default one.
+  const std::optional<std::string>& collection() const noexcept { return collection_; }
+  std::string store() const { return store_.Path(); }
   bool verbose() const noexcept { return verbose_; }
   // Whether the playlist is to be a table.
   bool wants_table() const noexcept;
@@ -38,7 +42,9 @@ class LibraryOptions {
   Locations MakeLocations() const;
 
  private:
-  std::string library_;
+  std::optional<std::string> library_;
+  std::optional<std::string> collection_;
+  StoreOptions store_;
   std::optional<std::string> output_;
   std::optional<std::string> relative_to_;
   bool zero_ = false;
@@ -47,18 +53,18 @@ class LibraryOptions {
 
 class LibrarySession {
  public:
-  // Starts the engine and opens the library, but reads no track: a scan may take minutes, so
-  // whatever can be wrong is found before it.
+  // Starts the engine and opens the library or the store, but reads no track: that may take
+  // minutes, so whatever can be wrong is found before it.
   // @param console  outlives the session
   LibrarySession(const LibraryOptions& options, Console& console);
 
-  // Puts every track into the collection and says what was left out.
-  void Read();
+  // Makes the collection ready and says what was left out.
+  void Read() { library_->Read(lists_); }
 
   NameLists& lists() noexcept { return lists_; }
-  const TrackStore& tracks() const noexcept { return tracks_; }
+  Library& library() noexcept { return *library_; }
   // Null until Read().
-  trova_playlist_collection* collection() const noexcept { return collection_.get(); }
+  trova_playlist_collection* collection() const noexcept { return library_->collection(); }
 
   // The tracks of the results, in their order.
   // @param limit  the most that the playlist may hold
@@ -72,13 +78,12 @@ class LibrarySession {
  private:
   Console& console_;
   WritePlaylist write_;
-  Engine engine_;
-  NameLists lists_;
   Locations locations_;
-  ReadLog log_;
-  std::unique_ptr<TrackReader> reader_;
-  Collection collection_;
-  TrackStore tracks_;
+  // One of the two runs the engine, which outlives what comes after it.
+  std::optional<Engine> engine_;
+  std::optional<Store> store_;
+  NameLists lists_;
+  std::unique_ptr<Library> library_;
 };
 
 }  // namespace trova_cli

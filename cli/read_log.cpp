@@ -36,7 +36,13 @@ void ReadLog::Finish() {
   if (lines_ > kLinesListed && !console_.verbose()) {
     console_.Warn(fmt::format("{} lines were skipped (-v lists them)", lines_));
   }
-  console_.Note(fmt::format("{} track{} read", tracks_, PluralEnd(tracks_)));
+  if (tracks_ > 0) console_.Note(fmt::format("{} track{} read", tracks_, PluralEnd(tracks_)));
+}
+
+void ReportLeftOut(std::size_t count, Console& console) {
+  if (count == 0) return;
+  console.Warn(fmt::format("{} track{} no genre, year or other value and can be in no playlist",
+                           count, count == 1 ? " has" : "s have"));
 }
 
 }  // namespace trova_cli

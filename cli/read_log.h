@@ -35,6 +35,9 @@ class ReadLog {
   std::size_t lines_ = 0;
 };
 
+// Says how many tracks a collection left out, because they carry nothing that an attribute reads.
+void ReportLeftOut(std::size_t count, Console& console);
+
 }  // namespace trova_cli
 
 #endif

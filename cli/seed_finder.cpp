@@ -26,17 +26,32 @@ std::vector<std::string> Words(const std::string& folded) {
   return {std::istream_iterator<std::string>(stream), {}};
 }
 
-std::string SearchText(const TrackView& track) {
-  std::string text = fmt::format("{} {} {}", track.title, track.artist, track.album_artist);
+// After the title.
+std::string OtherText(const TrackView& track) {
+  std::string text = fmt::format(" {} {}", track.artist, track.album_artist);
   for (const char* album : track.albums) text += fmt::format(" {}", album);
-  return Fold(text);
+  return text;
 }
+
+// The tracks that fit in one way.
+struct Fit {
+  std::size_t count = 0;
+  std::string first;    // what the collection calls the first of them
+  std::string listing;  // a line for each of the first few
+
+  void Add(const char* ident, const TrackView& track) {
+    if (++count == 1) first = ident;
+    if (count > kMatchesListed) return;
+    const std::string line = fmt::format("{} - {}  [{}]", track.artist, track.title, track.ident);
+    listing += fmt::format("  {}\n", Printable(line));
+  }
+};
 
 // What one pass over the tracks found.
 struct Matches {
-  std::vector<std::uint32_t> files;   // the query is another name of the track's file
-  std::vector<std::uint32_t> titles;  // the query is the whole title
-  std::vector<std::uint32_t> words;   // all its words occur
+  Fit files;   // the query is another name of the track's file
+  Fit titles;  // the query is the whole title
+  Fit words;   // all its words occur
 };
 
 // Whether the query is a file, reached by another way than the library's.
@@ -58,50 +73,45 @@ class SameFile {
   bool exists_ = false;
 };
 
-Matches Search(const TrackStore& tracks, const std::string& query) {
+Matches Search(Library& library, const std::string& query) {
   const SameFile file(query);
-  const std::string title = Fold(Trim(query));
-  const std::vector<std::string> words = Words(title);
+  const std::string wanted = Fold(Trim(query));
+  const std::vector<std::string> words = Words(wanted);
   Matches matches;
-  for (std::uint32_t i = 0; i < tracks.size(); ++i) {
-    const TrackView track = tracks.Get(i);
-    if (file.Is(track.path)) matches.files.push_back(i);
-    if (words.empty()) continue;
-    if (Fold(track.title) == title) matches.titles.push_back(i);
-    const std::string text = SearchText(track);
+  library.ForEach([&](const char* ident, const TrackView& track) {
+    if (file.Is(track.path)) matches.files.Add(ident, track);
+    if (words.empty()) return;
+    const std::string title = Fold(track.title);
+    if (title == wanted) matches.titles.Add(ident, track);
+    const std::string text = title + Fold(OtherText(track));
     const auto occurs = [&](const std::string& word) { return text.find(word) != text.npos; };
-    if (std::all_of(words.begin(), words.end(), occurs)) matches.words.push_back(i);
-  }
+    if (std::all_of(words.begin(), words.end(), occurs)) matches.words.Add(ident, track);
+  });
   return matches;
-}
-
-std::string Listing(const TrackStore& tracks, const std::vector<std::uint32_t>& matches) {
-  std::string lines;
-  for (std::size_t i = 0; i < std::min(matches.size(), kMatchesListed); ++i) {
-    const TrackView track = tracks.Get(matches[i]);
-    const std::string line = fmt::format("{} - {}  [{}]", track.artist, track.title, track.ident);
-    lines += fmt::format("  {}\n", Printable(line));
-  }
-  if (matches.size() > kMatchesListed) {
-    lines += fmt::format("  and {} more\n", matches.size() - kMatchesListed);
-  }
-  return lines;
 }
 
 }  // namespace
 
-std::uint32_t FindSeed(const TrackStore& tracks, const std::string& query) {
-  if (const auto index = tracks.Find(query)) return *index;
-  const Matches matches = Search(tracks, query);
-  for (const auto* fit : {&matches.files, &matches.titles, &matches.words}) {
-    if (fit->size() == 1) return fit->front();
+std::string FindTrack(Library& library, const std::string& query) {
+  if (const auto ident = library.IdentOf(query)) return *ident;
+  const Matches matches = Search(library, query);
+  for (const Fit* fit : {&matches.files, &matches.titles, &matches.words}) {
+    if (fit->count == 1) return fit->first;
   }
-  if (matches.words.empty())
-    throw CommandError(fmt::format("no track fits the seed \"{}\"", query));
+  const Fit& several = matches.words;
+  if (several.count == 0) throw CommandError(fmt::format("no track fits the seed \"{}\"", query));
+  std::string listing = several.listing;
+  if (several.count > kMatchesListed) {
+    listing += fmt::format("  and {} more\n", several.count - kMatchesListed);
+  }
   throw CommandError(
       fmt::format("{} tracks fit the seed \"{}\"; add a word or give the name in brackets",
-                  matches.words.size(), query),
-      Listing(tracks, matches.words));
+                  several.count, query),
+      listing);
+}
+
+std::uint32_t FindSeed(Library& library, const std::string& query) {
+  return library.IndexOf(FindTrack(library, query).c_str());
 }
 
 }  // namespace trova_cli

@@ -5,14 +5,17 @@
 #include <cstdint>
 #include <string>
 
-#include "track_store.h"
+#include "library.h"
 
 namespace trova_cli {
 
-// The index of the one track that a query names: by its ident or file, else by its title alone,
-// else by words that all stand in its title, artist and albums. Letter case and accents do not
-// count. Throws CommandError when no track or more than one fits; then it lists some.
-std::uint32_t FindSeed(const TrackStore& tracks, const std::string& query);
+// What the collection calls the one track that a query names: by its ident or file, else by its
+// title alone, else by words that all stand in its title, artist and albums. Letter case and
+// accents do not count. Throws CommandError when no track or more than one fits; then it lists
+// some.
+std::string FindTrack(Library& library, const std::string& query);
+// The same as a place in library.tracks().
+std::uint32_t FindSeed(Library& library, const std::string& query);
 
 }  // namespace trova_cli
 

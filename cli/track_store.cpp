@@ -5,6 +5,27 @@
 
 namespace trova_cli {
 
+TrackView ViewOf(const Track& track, const TrackIds& ids) {
+  std::vector<const char*> albums;
+  for (const std::string& album : track.albums) albums.push_back(album.c_str());
+  return {
+      .ident = track.ident.c_str(),
+      .path = track.path.c_str(),
+      .title = track.title.c_str(),
+      .artist = track.artist.c_str(),
+      .album_artist = track.album_artist.c_str(),
+      .albums = std::move(albums),
+      .genres = ids.genres,
+      .moods = ids.moods,
+      .era = ids.era,
+      .origin = ids.origin,
+      .artist_type = ids.artist_type,
+      .year = track.year,
+      .bpm = track.bpm,
+      .seconds = track.seconds,
+  };
+}
+
 TrackStore::TrackStore() : numbers_{0} {
   texts_.Intern("");
 }

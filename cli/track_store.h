@@ -33,6 +33,9 @@ struct TrackView {
   std::uint32_t seconds;
 };
 
+// A track that no store keeps. The view borrows from both.
+TrackView ViewOf(const Track& track, const TrackIds& ids);
+
 class TrackStore {
  public:
   TrackStore();
