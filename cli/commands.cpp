@@ -21,9 +21,14 @@ namespace {
 // Sorted by name: the help shows them in this order.
 constexpr Command kCommands[] = {
     {"check", "Check a statement", DefineCheck},
-    {"generate", "Make a playlist from a library", DefineGenerate},
+    {"collections", "Show, rename, remove, export and import stored collections",
+     DefineCollections},
+    {"generate", "Make a playlist by a statement", DefineGenerate},
+    {"import", "Store a collection made of a table", DefineImport},
     {"like", "Make a playlist of what is like a track", DefineLike},
     {"lists", "Show the lists of genres, eras and so on", DefineLists},
+    {"scan", "Store a collection made of a folder, or bring it up to date", DefineScan},
+    {"show", "Show what a stored collection holds of a track", DefineShow},
 };
 
 std::string Version() {

@@ -21,9 +21,13 @@ struct Command {
 };
 
 Action DefineCheck(CLI::App& options);
+Action DefineCollections(CLI::App& options);
 Action DefineGenerate(CLI::App& options);
+Action DefineImport(CLI::App& options);
 Action DefineLike(CLI::App& options);
 Action DefineLists(CLI::App& options);
+Action DefineScan(CLI::App& options);
+Action DefineShow(CLI::App& options);
 
 // Runs the command line; everything but the result goes to the console.
 ExitCode RunCommandLine(int argc, const char* const* argv, Console& console);

@@ -31,4 +31,12 @@ std::unique_ptr<TrackReader> OpenLibrary(const std::string& path, ReadLog& log) 
       fmt::format("{}: a library is a folder or a .csv, .tsv, .jsonl or .ndjson file", path));
 }
 
+std::unique_ptr<TrackReader> OpenTable(const std::string& path, ReadLog& log) {
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) {
+    throw CommandError(fmt::format("{} is a folder; use: trova scan", path));
+  }
+  return OpenLibrary(path, log);
+}
+
 }  // namespace trova_cli

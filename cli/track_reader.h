@@ -27,6 +27,9 @@ class TrackReader {
 // @param log  outlives the reader
 std::unique_ptr<TrackReader> OpenLibrary(const std::string& path, ReadLog& log);
 
+// The same for a file only.
+std::unique_ptr<TrackReader> OpenTable(const std::string& path, ReadLog& log);
+
 }  // namespace trova_cli
 
 #endif
