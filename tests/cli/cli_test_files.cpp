@@ -20,7 +20,9 @@ constexpr std::uint32_t kRate = 8000;
 
 std::string LittleEndian(std::uint32_t number, int bytes) {
   std::string text;
-  for (int i = 0; i < bytes; ++i) text += static_cast<char>(number >> (8 * i) & 0xff);
+  for (int i = 0; i < bytes; ++i) {
+    text += static_cast<char>(i < 4 ? number >> (8 * i) & 0xff : 0);
+  }
   return text;
 }
 
@@ -50,6 +52,46 @@ std::string Mp3() {
   return frames;
 }
 
+std::string BigEndian(std::uint32_t number) {
+  std::string text = LittleEndian(number, 4);
+  return {text.rbegin(), text.rend()};
+}
+
+std::string Atom(const std::string& name, const std::string& content) {
+  return BigEndian(static_cast<std::uint32_t>(content.size() + 8)) + name + content;
+}
+
+// A movie without a track.
+std::string M4a() {
+  return Atom("ftyp", "M4A " + BigEndian(0)) +
+         Atom("moov", Atom("mvhd", std::string(12, '\0') + BigEndian(1000) + BigEndian(1000) +
+                                       std::string(80, '\0')));
+}
+
+// One packet that ends on its page. Nobody checks the sum.
+std::string OggPage(int flags, std::uint32_t number, const std::string& packet) {
+  return std::string("OggS\0", 5) + static_cast<char>(flags) + LittleEndian(8000, 8) +
+         LittleEndian(1, 4) + LittleEndian(number, 4) + LittleEndian(0, 4) + '\1' +
+         static_cast<char>(packet.size()) + packet;
+}
+
+// The three headers of a stream of a second, and a packet of nothing.
+std::string Ogg() {
+  const std::string head = "\1vorbis" + LittleEndian(0, 4) + '\1' + LittleEndian(kRate, 4) +
+                           LittleEndian(0, 12) + "\x88\1";
+  return OggPage(2, 0, head) +
+         OggPage(0, 1, "\3vorbis" + LittleEndian(0, 4) + LittleEndian(0, 4) + '\1') +
+         OggPage(0, 2, "\5vorbis") + OggPage(4, 3, "?");
+}
+
+std::string Silence(const std::string& ending) {
+  if (ending == ".wav") return Wav();
+  if (ending == ".flac") return Flac();
+  if (ending == ".m4a") return M4a();
+  if (ending == ".ogg") return Ogg();
+  return Mp3();
+}
+
 }  // namespace
 
 TestFolder::TestFolder() {
@@ -71,10 +113,7 @@ std::string TestFolder::Write(const std::string& name, const std::string& conten
 }
 
 std::string WriteAudio(const TestFolder& folder, const std::string& name, const Tags& tags) {
-  const std::string ending = fs::path(name).extension().native();
-  const std::string path = folder.Write(name, ending == ".wav"    ? Wav()
-                                              : ending == ".flac" ? Flac()
-                                                                  : Mp3());
+  const std::string path = folder.Write(name, Silence(fs::path(name).extension().native()));
   TagLib::PropertyMap properties;
   for (const auto& [key, value] : tags) {
     properties[key].append(TagLib::String(value, TagLib::String::UTF8));

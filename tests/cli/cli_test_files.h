@@ -27,7 +27,7 @@ class TestFolder {
 
 using Tags = std::multimap<std::string, std::string>;
 
-// A second of silence, tagged. The name's ending chooses among .wav, .flac and .mp3.
+// A second of silence, tagged. The name's ending chooses among .wav, .flac, .ogg, .m4a and .mp3.
 std::string WriteAudio(const TestFolder& folder, const std::string& name, const Tags& tags);
 
 // Everything that was written to an open file.

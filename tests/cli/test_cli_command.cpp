@@ -1,97 +1,32 @@
 // The command as its users run it: exit codes, streams, terminals.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <pty.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
 #include <chrono>
-#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "cli_test_files.h"
+#include "cli_test_process.h"
 
 namespace {
 
-using trova_cli_test::OpenScratch;
-using trova_cli_test::ReadBack;
+using trova_cli_test::Has;
+using trova_cli_test::RunOnTerminal;
+using trova_cli_test::RunResult;
+using trova_cli_test::RunTrova;
 using trova_cli_test::TestFolder;
+using trova_cli_test::Words;
 using trova_cli_test::WriteAudio;
-
-using Words = std::vector<std::string>;
-
-[[noreturn]] void Execute(const Words& words) {
-  std::vector<char*> arguments;
-  std::string program = TROVA_BINARY;
-  arguments.push_back(program.data());
-  Words copies = words;
-  for (std::string& word : copies) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
-  execv(TROVA_BINARY, arguments.data());
-  _exit(127);
-}
-
-int ExitCodeOf(pid_t child) {
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
-}
-
-struct RunResult {
-  int code;
-  std::string out;
-  std::string err;
-};
-
-RunResult RunTrova(const Words& words, const std::string& in = {}, int out = OpenScratch()) {
-  const int input = OpenScratch();
-  const int err = OpenScratch();
-  EXPECT_EQ(pwrite(input, in.data(), in.size(), 0), static_cast<ssize_t>(in.size()));
-  const pid_t child = fork();
-  if (child == 0) {
-    dup2(input, STDIN_FILENO);
-    dup2(out, STDOUT_FILENO);
-    dup2(err, STDERR_FILENO);
-    Execute(words);
-  }
-  RunResult result{ExitCodeOf(child), {}, ReadBack(err)};
-  if (lseek(out, 0, SEEK_END) > 0) result.out = ReadBack(out);
-  for (const int fd : {input, out, err}) close(fd);
-  return result;
-}
-
-// All three streams are one terminal of 60 columns.
-std::string RunOnTerminal(const Words& words, const char* no_colour) {
-  winsize size{24, 60, 0, 0};
-  int terminal = -1;
-  const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
-  if (child == 0) {
-    setenv("TERM", "xterm", 1);
-    unsetenv("NO_COLOR");
-    if (no_colour != nullptr) setenv("NO_COLOR", no_colour, 1);
-    Execute(words);
-  }
-  std::string text;
-  std::array<char, 4096> block;
-  for (ssize_t got = 0; (got = read(terminal, block.data(), block.size())) > 0;) {
-    text.append(block.data(), static_cast<std::size_t>(got));
-  }
-  ExitCodeOf(child);
-  close(terminal);
-  return text;
-}
-
-bool Has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
 class test_cli_command : public testing::Test {
  protected:
+  // Whoever runs the tests may have collections.
+  test_cli_command() { setenv("TROVA_STORE", folder_.Path("none").c_str(), 1); }
+
   const TestFolder folder_;
   // Results are sorted by score, equal scores in no particular order, so statements here have one
   // result or are compared by what they hold.
