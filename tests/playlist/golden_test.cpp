@@ -10,8 +10,7 @@
 #include <sstream>
 #include <string>
 
-#include "trova_manager.h"
-#include "trova_playlist.h"
+#include "engine_test.h"
 
 namespace {
 
@@ -46,19 +45,8 @@ class Numbers {
   uint32_t state_ = 20261121;
 };
 
-class Golden : public ::testing::Test {
+class Golden : public EngineTest {
  protected:
-  void SetUp() override {
-    ManagerHandle* manager = nullptr;
-    const trova_manager_options options = {sizeof options, nullptr, 0, ":memory:"};
-    ASSERT_EQ(trova_manager_start(&options, &manager), 0u);
-    ASSERT_EQ(trova_playlist_initialize(manager), 0u);
-  }
-  void TearDown() override {
-    EXPECT_EQ(trova_playlist_shutdown(), 0u);
-    EXPECT_EQ(trova_manager_stop(), 0u);
-  }
-
   // The id of an element of a list, by its position.
   static uint32_t id_at(const char* type, uint32_t index) {
     trova_list* list = nullptr;
@@ -69,15 +57,6 @@ class Golden : public ::testing::Test {
     EXPECT_EQ(trova_manager_list_get(list, index % count, &element), 0u);
     trova_manager_list_release(list);
     return element.id;
-  }
-
-  static std::string id_of_name(const char* type, const char* name) {
-    trova_list* list = nullptr;
-    trova_manager_element element = {};
-    EXPECT_EQ(trova_manager_list_load(type, &list), 0u);
-    EXPECT_EQ(trova_manager_list_find(list, name, &element), 0u);
-    trova_manager_list_release(list);
-    return std::to_string(element.id);
   }
 
   static void add_album(trova_gdo* track, const std::string& title) {
@@ -221,7 +200,7 @@ TEST_F(Golden, the_embedded_manager_stores_collections_by_name) {
   EXPECT_EQ(trova_manager_gdo_get_value(view, "trova_val_list_genremeta", 1, &genre), 0u);
   EXPECT_EQ(trova_manager_gdo_get_value(view, TROVA_VAL_GENRE_ID, 1, &id), 0u);
   EXPECT_EQ(trova_manager_gdo_get_value(view, TROVA_VAL_GENRE_ID, 2, &none), PLERR_NotFound);
-  EXPECT_EQ(id_of_name(TROVA_LIST_GENRES, genre), id);
+  EXPECT_EQ(std::to_string(id_of(TROVA_LIST_GENRES, genre)), id);
   EXPECT_EQ(trova_manager_gdo_value_count(view, "trova_val_artist", &count), 0u);
   EXPECT_EQ(count, 0u);
   EXPECT_EQ(trova_manager_gdo_release(view), 0u);

@@ -5,8 +5,7 @@
 #include <functional>
 #include <string>
 
-#include "trova_manager.h"
-#include "trova_playlist.h"
+#include "engine_test.h"
 
 namespace {
 
@@ -37,21 +36,8 @@ std::string repeat(const std::string& text, uint32_t times) {
   return all;
 }
 
-class ScaleTest : public testing::Test {
+class ScaleTest : public EngineTest {
  protected:
-  void SetUp() override {
-    ManagerHandle* manager = nullptr;
-    ASSERT_EQ(trova_manager_start(nullptr, &manager), 0u);
-    ASSERT_EQ(trova_playlist_initialize(manager), 0u);
-    ASSERT_EQ(trova_playlist_collection_create("scale", &collection_), 0u);
-  }
-
-  void TearDown() override {
-    EXPECT_EQ(trova_playlist_collection_release(collection_), 0u);
-    EXPECT_EQ(trova_playlist_shutdown(), 0u);
-    EXPECT_EQ(trova_manager_stop(), 0u);
-  }
-
   // Idents with the artist types 1 to 9, which no list knows.
   void fill(uint32_t count) {
     for (uint32_t i = 0; i < count; ++i) {
@@ -75,8 +61,6 @@ class ScaleTest : public testing::Test {
     EXPECT_EQ(trova_playlist_results_release(results), 0u);
     return count;
   }
-
-  trova_playlist_collection* collection_ = nullptr;
 };
 
 TEST_F(ScaleTest, a_large_collection_is_selected_filtered_and_cut_on_a_small_stack) {

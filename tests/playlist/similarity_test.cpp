@@ -8,9 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "engine_test.h"
 #include "playlist_dsp.h"
-#include "trova_manager.h"
-#include "trova_playlist.h"
 #include "vrel_string_fuzzy.h"
 
 namespace {
@@ -27,33 +26,11 @@ Object make_object(const char* context, const Values& values) {
   return Object(object, trova_manager_gdo_release);
 }
 
-class SimilarityTest : public testing::Test {
+class SimilarityTest : public EngineTest {
  protected:
-  void SetUp() override {
-    ManagerHandle* manager = nullptr;
-    ASSERT_EQ(trova_manager_start(nullptr, &manager), 0u);
-    ASSERT_EQ(trova_playlist_initialize(manager), 0u);
-    ASSERT_EQ(trova_playlist_collection_create("likes", &collection_), 0u);
-  }
-
-  void TearDown() override {
-    EXPECT_EQ(trova_playlist_collection_release(collection_), 0u);
-    EXPECT_EQ(trova_playlist_shutdown(), 0u);
-    EXPECT_EQ(trova_manager_stop(), 0u);
-  }
-
   void add(const char* ident, const Values& values, const char* context = TROVA_CTX_TRACK) {
     const Object object = make_object(context, values);
     EXPECT_EQ(trova_playlist_collection_ident_add(collection_, ident, object.get()), 0u);
-  }
-
-  uint32_t id_of(const char* type, const char* name) {
-    trova_list* list = nullptr;
-    trova_manager_element element = {};
-    EXPECT_EQ(trova_manager_list_load(type, &list), 0u);
-    EXPECT_EQ(trova_manager_list_find(list, name, &element), 0u) << name;
-    trova_manager_list_release(list);
-    return element.id;
   }
 
   static std::string listed(uint32_t code, trova_playlist_results* results) {
@@ -88,8 +65,6 @@ class SimilarityTest : public testing::Test {
     EXPECT_EQ(trova_manager_user_release(user), 0u);
     return listed(code, results);
   }
-
-  trova_playlist_collection* collection_ = nullptr;
 };
 
 // ------------------------------------------------------------------------------------ Tempo
