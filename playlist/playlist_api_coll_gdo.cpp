@@ -5,6 +5,7 @@
 #include "playlist_list_service.h"
 #include "playlist_owner.h"
 #include "playlist_services.h"
+#include "vrel_layout.h"
 #include "vrel_memory.h"
 #include "vrel_string.h"
 
@@ -24,13 +25,20 @@ struct IdentView {
   trova_locale* locale;    // holds a reference; null when none could be loaded
   vrel_hashtable* cache;   // attribute name to ViewCacheEntry*, owned
 };
-static_assert(sizeof(void*) != 4 || sizeof(IdentView) == 16, "the record of 32-bit targets");
+VREL_LAYOUT_SIZE(IdentView, 16);
+VREL_LAYOUT_FIELD(IdentView, collection, 0);
+VREL_LAYOUT_FIELD(IdentView, ident, 4);
+VREL_LAYOUT_FIELD(IdentView, locale, 8);
+VREL_LAYOUT_FIELD(IdentView, cache, 12);
 
 // An attribute that was read through the view. Its context owns the texts that were handed out.
 struct ViewCacheEntry {
   AttributeInfo* info;  // the collection's
   void* context;        // of info->provider; null until made
 };
+VREL_LAYOUT_SIZE(ViewCacheEntry, 8);
+VREL_LAYOUT_FIELD(ViewCacheEntry, info, 0);
+VREL_LAYOUT_FIELD(ViewCacheEntry, context, 4);
 
 void delete_entry(ViewCacheEntry* entry) {
   if (entry->context != nullptr) {

@@ -2,6 +2,7 @@
 #include "playlist_collection.h"
 #include "playlist_error.h"
 #include "playlist_services.h"
+#include "vrel_layout.h"
 #include "vrel_string.h"
 
 namespace {
@@ -25,6 +26,11 @@ struct CaptureContext {
   AttributeInfo* attrinfo;  // of the attribute that captures now
   const char* ident;        // the application's text
 };
+VREL_LAYOUT_SIZE(CaptureContext, 16);
+VREL_LAYOUT_FIELD(CaptureContext, magic, 0);
+VREL_LAYOUT_FIELD(CaptureContext, collection, 4);
+VREL_LAYOUT_FIELD(CaptureContext, attrinfo, 8);
+VREL_LAYOUT_FIELD(CaptureContext, ident, 12);
 
 uint32_t append_value(CaptureContext* context, uint32_t kind, uint32_t value) {
   ValueEntry entry = {kind, value, 0};

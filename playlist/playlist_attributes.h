@@ -5,12 +5,27 @@
 #include <cstdint>
 
 #include "trova_playlist_provider.h"
+#include "vrel_layout.h"
 #include "vrel_stringmap.h"
 #include "vrel_vector2.h"
 
 using AttributeProvider = trova_playlist_attribute_provider;
 
-static_assert(sizeof(AttributeProvider) == 11 * sizeof(void*), "eleven operations, nothing else");
+VREL_LAYOUT_SLOT(AttributeProvider, get_name, 0);
+VREL_LAYOUT_SLOT(AttributeProvider, enum_operators, 1);
+VREL_LAYOUT_SLOT(AttributeProvider, capture, 2);
+VREL_LAYOUT_SLOT(AttributeProvider, create_context, 3);
+VREL_LAYOUT_SLOT(AttributeProvider, set_value_from_string, 4);
+VREL_LAYOUT_SLOT(AttributeProvider, set_value_from_seed, 5);
+VREL_LAYOUT_SLOT(AttributeProvider, evaluate_integer, 6);
+VREL_LAYOUT_SLOT(AttributeProvider, evaluate_string, 7);
+VREL_LAYOUT_SLOT(AttributeProvider, render_integer, 8);
+VREL_LAYOUT_SLOT(AttributeProvider, render_string, 9);
+VREL_LAYOUT_SLOT(AttributeProvider, delete_context, 10);
+VREL_LAYOUT_SLOTS(AttributeProvider, 11);
+VREL_LAYOUT_SLOT(trova_playlist_capture_callbacks, set_integer, 0);
+VREL_LAYOUT_SLOT(trova_playlist_capture_callbacks, set_string, 1);
+VREL_LAYOUT_SLOTS(trova_playlist_capture_callbacks, 2);
 
 // The registry: pointers to records, in the order of registration. The records themselves never
 // move, because every collection points to those it was made with. Written at start, stop and

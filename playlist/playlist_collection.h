@@ -9,6 +9,7 @@
 #include "playlist_owner.h"
 #include "trova_playlist.h"
 #include "vrel_hashtable.h"
+#include "vrel_layout.h"
 #include "vrel_stringtable.h"
 #include "vrel_thread.h"
 #include "vrel_vector2.h"
@@ -24,12 +25,17 @@ struct ValueEntry {
   uint32_t ident;  // id of the ident in the collection's `idents`
 };
 static_assert(sizeof(ValueEntry) == 12, "value entries are twelve bytes everywhere");
+static_assert(offsetof(ValueEntry, value) == 4 && offsetof(ValueEntry, ident) == 8,
+              "kind, value, ident");
 
 // One attribute of a collection.
 struct AttributeInfo {
   const AttributeProvider* provider;  // borrowed from the registry
   vrel_vector2* values;               // of ValueEntry, in the order of capture until first sorted
 };
+VREL_LAYOUT_SIZE(AttributeInfo, 8);
+VREL_LAYOUT_FIELD(AttributeInfo, provider, 0);
+VREL_LAYOUT_FIELD(AttributeInfo, values, 4);
 
 // Every field is guarded by `lock`; the reference count too.
 struct trova_playlist_collection {
@@ -47,7 +53,18 @@ struct trova_playlist_collection {
 };
 using Collection = trova_playlist_collection;
 
-static_assert(sizeof(void*) != 4 || sizeof(Collection) == 44, "the record of 32-bit targets");
+VREL_LAYOUT_SIZE(Collection, 44);
+VREL_LAYOUT_FIELD(Collection, magic, 0);
+VREL_LAYOUT_FIELD(Collection, lock, 4);
+VREL_LAYOUT_FIELD(Collection, refcount, 8);
+VREL_LAYOUT_FIELD(Collection, attributes, 12);
+VREL_LAYOUT_FIELD(Collection, idents, 16);
+VREL_LAYOUT_FIELD(Collection, values, 20);
+VREL_LAYOUT_FIELD(Collection, load_buffer, 24);
+VREL_LAYOUT_FIELD(Collection, name, 28);
+VREL_LAYOUT_FIELD(Collection, stored_name, 32);
+VREL_LAYOUT_FIELD(Collection, sync_new, 36);
+VREL_LAYOUT_FIELD(Collection, sync_present, 40);
 static_assert(offsetof(Collection, magic) == 0, "the handle manager reads the first word");
 
 // Holds a collection's lock; a collection without one is used unlocked.

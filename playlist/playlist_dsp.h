@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "trova_manager_services.h"
+#include "vrel_layout.h"
 
 // What the functions below answer when there is nothing to compute with: a bare number, no code of
 // any package, and no failure.
@@ -22,6 +23,7 @@ struct RawMoodVector {
   uint32_t ids[kMoodPairs];
   uint32_t weights[kMoodPairs];
 };
+static_assert(sizeof(RawMoodVector) == 4 + 2 * 4 * kMoodPairs, "words only");
 
 // A profile placed among its own moods: a coordinate for each, and the scores to place others
 // there.
@@ -31,6 +33,7 @@ struct NormalizedMoodVector {
   float coordinates[kMoodPairs];                    // -100 to 100
   trova_correlate_set* correlate_sets[kMoodPairs];  // owned; null: the table has no such mood
 };
+VREL_LAYOUT_SIZE(NormalizedMoodVector, 4 + 3 * 4 * kMoodPairs);
 
 // Prepares what the arithmetic looks up, and frees it.
 uint32_t playlist_dsp_initialize();

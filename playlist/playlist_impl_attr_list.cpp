@@ -6,6 +6,7 @@
 #include "playlist_list_service.h"
 #include "playlist_score_cache.h"
 #include "playlist_services.h"
+#include "vrel_layout.h"
 #include "vrel_memory.h"
 #include "vrel_string.h"
 #include "vrel_vector.h"
@@ -32,6 +33,14 @@ struct ListContext {
   vrel_vector* texts;                  // handed out by render; null until the first
   ScoreCache cache;                    // of LIKE, by captured id
 };
+VREL_LAYOUT_FIELD(ListContext, magic, 0);
+VREL_LAYOUT_FIELD(ListContext, op, 4);
+VREL_LAYOUT_FIELD(ListContext, value, 8);
+VREL_LAYOUT_FIELD(ListContext, level, 12);
+VREL_LAYOUT_FIELD(ListContext, range, 16);
+VREL_LAYOUT_FIELD(ListContext, loaded, 24);
+VREL_LAYOUT_FIELD(ListContext, correlate_set, 32);
+VREL_LAYOUT_FIELD(ListContext, texts, 36);
 
 ListContext* context_of(void* context) {
   return static_cast<ListContext*>(context);

@@ -10,6 +10,7 @@
 #include "playlist_list_service.h"
 #include "playlist_score_cache.h"
 #include "playlist_services.h"
+#include "vrel_layout.h"
 #include "vrel_memory.h"
 #include "vrel_string.h"
 #include "vrel_vector.h"
@@ -46,6 +47,11 @@ struct MoodContext {
   vrel_vector* texts;                  // handed out by render; null until the first
   ScoreCache cache;  // by id, or by the address of a profile's text, which never moves
 };
+VREL_LAYOUT_FIELD(MoodContext, magic, 0);
+VREL_LAYOUT_FIELD(MoodContext, op, 4);
+VREL_LAYOUT_FIELD(MoodContext, value, 8);
+VREL_LAYOUT_FIELD(MoodContext, level, 12);
+VREL_LAYOUT_FIELD(MoodContext, loaded, 16);
 
 MoodContext* context_of(void* context) {
   return static_cast<MoodContext*>(context);

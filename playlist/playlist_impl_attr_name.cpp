@@ -4,6 +4,7 @@
 #include "playlist_error.h"
 #include "playlist_score_cache.h"
 #include "playlist_services.h"
+#include "vrel_layout.h"
 #include "vrel_memory.h"
 #include "vrel_string.h"
 #include "vrel_string_fuzzy.h"
@@ -31,6 +32,9 @@ struct NameContext {
   vrel_bigrams* bigrams;  // of `value`, sorted, for LIKE; null: not made
   ScoreCache cache;       // LIKE scores by the address of the captured text, which never moves
 };
+VREL_LAYOUT_FIELD(NameContext, magic, 0);
+VREL_LAYOUT_FIELD(NameContext, op, 4);
+VREL_LAYOUT_FIELD(NameContext, value, 8);
 
 NameContext* context_of(void* context) {
   return static_cast<NameContext*>(context);

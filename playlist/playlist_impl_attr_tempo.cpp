@@ -7,6 +7,7 @@
 #include "playlist_error.h"
 #include "playlist_gdo_read.h"
 #include "playlist_list_service.h"
+#include "vrel_layout.h"
 #include "vrel_memory.h"
 #include "vrel_string.h"
 #include "vrel_vector.h"
@@ -40,6 +41,11 @@ struct TempoContext {
   LoadedList loaded;
   vrel_vector* texts;  // handed out by render; null until the first
 };
+VREL_LAYOUT_FIELD(TempoContext, magic, 0);
+VREL_LAYOUT_FIELD(TempoContext, op, 4);
+VREL_LAYOUT_FIELD(TempoContext, value, 8);
+VREL_LAYOUT_FIELD(TempoContext, level, 12);
+VREL_LAYOUT_FIELD(TempoContext, loaded, 16);
 
 TempoContext* context_of(void* context) {
   return static_cast<TempoContext*>(context);

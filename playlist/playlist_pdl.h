@@ -11,6 +11,7 @@
 
 #include "playlist_collection.h"
 #include "playlist_results.h"
+#include "vrel_layout.h"
 #include "vrel_vector.h"
 
 // Kinds of tokens and of nodes. Actions run in the order of these numbers.
@@ -95,6 +96,15 @@ struct PdlNode {
   PdlNode* parent;           // null at the root
   PdlRun run;
 };
+VREL_LAYOUT_FIELD(PdlNode, kind, 0);
+VREL_LAYOUT_FIELD(PdlNode, text, 4);
+VREL_LAYOUT_FIELD(PdlNode, setup, 8);
+VREL_LAYOUT_FIELD(PdlNode, perform, 12);
+VREL_LAYOUT_FIELD(PdlNode, attribute, 16);
+VREL_LAYOUT_FIELD(PdlNode, context, 20);
+VREL_LAYOUT_FIELD(PdlNode, usable, 24);
+VREL_LAYOUT_FIELD(PdlNode, left, 28);
+VREL_LAYOUT_FIELD(PdlNode, right, 32);
 
 // Deletes a tree: left, right, then the node itself. Null is accepted.
 void playlist_pdl_node_delete(PdlNode* node);

@@ -4,6 +4,7 @@
 #include "playlist_error.h"
 #include "playlist_owner.h"
 #include "playlist_pdl.h"
+#include "vrel_layout.h"
 #include "vrel_memory.h"
 #include "vrel_stack.h"
 #include "vrel_string.h"
@@ -29,6 +30,14 @@ struct PdlParseContext {
   char* message;            // the first error in words, or null
   uint32_t links[kMaxNesting + 1];  // per open parenthesis: operators that still wait for reduce()
 };
+VREL_LAYOUT_FIELD(PdlParseContext, collection, 0);
+VREL_LAYOUT_FIELD(PdlParseContext, position, 4);
+VREL_LAYOUT_FIELD(PdlParseContext, nodes, 8);
+VREL_LAYOUT_FIELD(PdlParseContext, kind, 12);
+VREL_LAYOUT_FIELD(PdlParseContext, token_start, 16);
+VREL_LAYOUT_FIELD(PdlParseContext, token_end, 20);
+VREL_LAYOUT_FIELD(PdlParseContext, seed_used, 24);
+VREL_LAYOUT_FIELD(PdlParseContext, message, 28);
 
 // ------------------------------------------------------------------------------- Messages
 
@@ -230,7 +239,7 @@ uint32_t next_token(PdlParseContext* context) {
 
 uint32_t token_length(const PdlParseContext* context) {
   const ptrdiff_t length = context->token_end - context->token_start;
-  return length < kMaxTokenText ? static_cast<uint32_t>(length) : kMaxTokenText;
+  return length < ptrdiff_t{kMaxTokenText} ? static_cast<uint32_t>(length) : kMaxTokenText;
 }
 
 bool at(const PdlParseContext* context, uint32_t kind) {

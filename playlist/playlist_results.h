@@ -7,6 +7,7 @@
 
 #include "playlist_collection.h"
 #include "trova_playlist.h"
+#include "vrel_layout.h"
 #include "vrel_thread.h"
 #include "vrel_vector2.h"
 
@@ -19,6 +20,11 @@ struct ResultEntry {
   ValueEntry record;  // the captured value that admitted the entry, and its ident
   ValueEntry group;   // of the attribute of the last LIMIT ... PER
 };
+VREL_LAYOUT_SIZE(ResultEntry, 32);
+VREL_LAYOUT_FIELD(ResultEntry, producer, 0);
+VREL_LAYOUT_FIELD(ResultEntry, score, 4);
+VREL_LAYOUT_FIELD(ResultEntry, record, 8);
+VREL_LAYOUT_FIELD(ResultEntry, group, 20);
 
 // Filled by one thread under the collection's lock, never changed once handed out: reading takes
 // no lock.
@@ -33,6 +39,10 @@ struct trova_playlist_results {
 using Results = trova_playlist_results;
 
 static_assert(offsetof(Results, magic) == 0, "the handle manager reads the first word");
+VREL_LAYOUT_FIELD(Results, lock, 4);
+VREL_LAYOUT_FIELD(Results, refcount, 8);
+VREL_LAYOUT_FIELD(Results, collection, 12);
+VREL_LAYOUT_FIELD(Results, entries, 16);
 
 // An empty playlist of a collection.
 uint32_t _playlist_results_create(Collection* collection, Results** out_results);

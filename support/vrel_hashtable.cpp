@@ -6,6 +6,7 @@
 
 #include "vrel_error.h"
 #include "vrel_hash_private.h"
+#include "vrel_layout.h"
 #include "vrel_memory.h"
 #include "vrel_spinlock.h"
 #include "vrel_string.h"
@@ -33,6 +34,16 @@ struct Entry {
   Entry* order_previous;
   const char* key;
 };
+VREL_LAYOUT_FIELD(Entry, hash, 0);
+VREL_LAYOUT_FIELD(Entry, value, 4);
+VREL_LAYOUT_FIELD(Entry, size, 8);
+VREL_LAYOUT_FIELD(Entry, copied, 12);
+VREL_LAYOUT_FIELD(Entry, chain_next, 16);
+VREL_LAYOUT_FIELD(Entry, chain_previous, 20);
+VREL_LAYOUT_FIELD(Entry, chain_last, 24);
+VREL_LAYOUT_FIELD(Entry, order_next, 28);
+VREL_LAYOUT_FIELD(Entry, order_previous, 32);
+VREL_LAYOUT_FIELD(Entry, key, 36);
 
 struct vrel_hashtable {
   uint32_t magic;
@@ -49,6 +60,18 @@ struct vrel_hashtable {
   uint32_t used_buckets;  // those that are not empty
   Entry** buckets;
 };
+VREL_LAYOUT_FIELD(vrel_hashtable, magic, 0);
+VREL_LAYOUT_FIELD(vrel_hashtable, lock, 4);
+VREL_LAYOUT_FIELD(vrel_hashtable, cursor_lock, 8);
+VREL_LAYOUT_FIELD(vrel_hashtable, flags, 8 + sizeof(vrel_spinlock));
+VREL_LAYOUT_FIELD(vrel_hashtable, release, 12 + sizeof(vrel_spinlock));
+VREL_LAYOUT_FIELD(vrel_hashtable, first, 16 + sizeof(vrel_spinlock));
+VREL_LAYOUT_FIELD(vrel_hashtable, last, 20 + sizeof(vrel_spinlock));
+VREL_LAYOUT_FIELD(vrel_hashtable, count, 24 + sizeof(vrel_spinlock));
+VREL_LAYOUT_FIELD(vrel_hashtable, cursor, 28 + sizeof(vrel_spinlock));
+VREL_LAYOUT_FIELD(vrel_hashtable, cursor_index, 32 + sizeof(vrel_spinlock));
+VREL_LAYOUT_FIELD(vrel_hashtable, bucket_count, 36 + sizeof(vrel_spinlock));
+VREL_LAYOUT_FIELD(vrel_hashtable, used_buckets, 40 + sizeof(vrel_spinlock));
 
 // A key and its hash under the table's rule for case.
 struct Key {

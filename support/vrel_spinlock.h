@@ -11,6 +11,7 @@
 struct vrel_spinlock {
   pthread_mutex_t mutex;
 };
+static_assert(sizeof(vrel_spinlock) == sizeof(pthread_mutex_t), "a mutex, nothing else");
 
 // Codes: 0x901f0001 for null, 0x901f003c when the mutex refuses.
 uint32_t vrel_spinlock_lock(vrel_spinlock* lock);

@@ -4,6 +4,7 @@
 #include <atomic>
 
 #include "vrel_error.h"
+#include "vrel_layout.h"
 #include "vrel_memory.h"
 #include "vrel_thread.h"
 
@@ -16,7 +17,10 @@ struct StackItem {
   StackItem* below;
   StackItem* above;  // null for the top
 };
-static_assert(sizeof(void*) != 4 || sizeof(StackItem) == 12, "an item is three words");
+VREL_LAYOUT_SIZE(StackItem, 12);
+VREL_LAYOUT_FIELD(StackItem, value, 0);
+VREL_LAYOUT_FIELD(StackItem, below, 4);
+VREL_LAYOUT_FIELD(StackItem, above, 8);
 
 // `lock` guards everything but `spare`.
 struct vrel_stack {
@@ -29,6 +33,12 @@ struct vrel_stack {
   std::atomic<StackItem*> spare;
   vrel_stack_release release;  // may be null
 };
+VREL_LAYOUT_FIELD(vrel_stack, magic, 0);
+VREL_LAYOUT_FIELD(vrel_stack, lock, 4);
+VREL_LAYOUT_FIELD(vrel_stack, count, 8);
+VREL_LAYOUT_FIELD(vrel_stack, top, 12);
+VREL_LAYOUT_FIELD(vrel_stack, spare, 16);
+VREL_LAYOUT_FIELD(vrel_stack, release, 20);
 
 // ---- Create and delete ----
 

@@ -8,12 +8,17 @@
 
 #include <cstdint>
 
+#include "vrel_layout.h"
+
 // The pairs of one text: the first character in the low 16 bits, the second in the high ones, 0
 // where there is none. The first character also stands alone, and so does the last.
 struct vrel_bigrams {
   uint32_t count;
   uint32_t* entries;
 };
+VREL_LAYOUT_SIZE(vrel_bigrams, 8);
+VREL_LAYOUT_FIELD(vrel_bigrams, count, 0);
+VREL_LAYOUT_FIELD(vrel_bigrams, entries, 4);
 
 // 0.0 to 1.0; 0.0 when a text is null or empty. With `flags` non-zero, blanks and control
 // characters are breaks between words instead of characters. Without memory for a long text: 0.0.

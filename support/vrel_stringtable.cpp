@@ -7,6 +7,7 @@
 
 #include "vrel_error.h"
 #include "vrel_hash_private.h"
+#include "vrel_layout.h"
 #include "vrel_memory.h"
 #include "vrel_vector2.h"
 
@@ -53,13 +54,13 @@ struct IndexEntry {
   uint32_t hash;
   uint32_t id;
 };
-static_assert(sizeof(IndexEntry) == 8, "two words");
+static_assert(sizeof(IndexEntry) == 8 && offsetof(IndexEntry, id) == 4, "two words");
 
 struct Hole {
   uint32_t offset;
   uint32_t length;  // of the string that was removed from there first
 };
-static_assert(sizeof(Hole) == 8, "two words");
+static_assert(sizeof(Hole) == 8 && offsetof(Hole, length) == 4, "two words");
 
 struct vrel_stringtable {
   uint32_t magic;
@@ -72,6 +73,13 @@ struct vrel_stringtable {
   uint32_t last_room;       // bytes free behind the text, in its last chunk
   Kept* kept;
 };
+VREL_LAYOUT_FIELD(vrel_stringtable, magic, 0);
+VREL_LAYOUT_FIELD(vrel_stringtable, reserved, 4);
+VREL_LAYOUT_FIELD(vrel_stringtable, flags, 8);
+VREL_LAYOUT_FIELD(vrel_stringtable, count, 12);
+VREL_LAYOUT_FIELD(vrel_stringtable, index, 16);
+VREL_LAYOUT_FIELD(vrel_stringtable, text, 20);
+VREL_LAYOUT_FIELD(vrel_stringtable, holes, 24);
 
 static uint32_t _vrel_stringtable_check(const vrel_stringtable* table) {
   if (table == nullptr) return kVrelInvalidArg;

@@ -6,6 +6,7 @@
 #include <time.h>
 
 #include "vrel_error.h"
+#include "vrel_layout.h"
 #include "vrel_memory.h"
 #include "vrel_module.h"
 #include "vrel_thread_private.h"
@@ -81,6 +82,9 @@ struct vrel_critsec {
   pthread_cond_t freed;
   pthread_mutex_t mutex;
 };
+VREL_LAYOUT_FIELD(vrel_critsec, waiting, 0);
+VREL_LAYOUT_FIELD(vrel_critsec, depth, 4);
+VREL_LAYOUT_FIELD(vrel_critsec, owner, 8);
 
 // Makes a mutex and a condition, or neither.
 static int _vrel_thread_pair_init(pthread_mutex_t* mutex, pthread_cond_t* condition) {
@@ -179,6 +183,8 @@ struct vrel_event {
   // get to run.
   uint32_t pulses;
 };
+static_assert(offsetof(vrel_event, manual_reset) == 1, "two bytes before the mutex");
+VREL_LAYOUT_FIELD(vrel_event, mutex, 4);
 
 uint32_t vrel_thread_event_create(vrel_event** out, uint8_t manual_reset) {
   if (out == nullptr) return VREL_LOG_HERE(kVrelThreadInvalidArg);

@@ -5,6 +5,7 @@
 
 #include "vrel_array_private.h"
 #include "vrel_error.h"
+#include "vrel_layout.h"
 #include "vrel_memory.h"
 #include "vrel_sort.h"
 #include "vrel_thread.h"
@@ -23,6 +24,14 @@ struct vrel_vector {
   vrel_vector_compare compare;  // may be null
   vrel_vector_release release;  // may be null
 };
+VREL_LAYOUT_FIELD(vrel_vector, magic, 0);
+VREL_LAYOUT_FIELD(vrel_vector, lock, 4);
+VREL_LAYOUT_FIELD(vrel_vector, data, 8);
+VREL_LAYOUT_FIELD(vrel_vector, capacity, 12);
+VREL_LAYOUT_FIELD(vrel_vector, count, 16);
+VREL_LAYOUT_FIELD(vrel_vector, flags, 20);
+VREL_LAYOUT_FIELD(vrel_vector, compare, 24);
+VREL_LAYOUT_FIELD(vrel_vector, release, 28);
 
 // 0, or the code for a handle that cannot be used; `bad_handle` is the caller's code for the magic.
 static uint32_t _vrel_vector_check(const vrel_vector* vector, uint32_t bad_handle) {

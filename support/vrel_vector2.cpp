@@ -5,6 +5,7 @@
 
 #include "vrel_array_private.h"
 #include "vrel_error.h"
+#include "vrel_layout.h"
 #include "vrel_memory.h"
 #include "vrel_pages.h"
 #include "vrel_sort.h"
@@ -35,6 +36,16 @@ struct vrel_vector2 {
   uint32_t long_tail;   // in bytes
   uint32_t page_bytes;  // of pages to be made
 };
+VREL_LAYOUT_FIELD(vrel_vector2, magic, 0);
+VREL_LAYOUT_FIELD(vrel_vector2, lock, 4);
+VREL_LAYOUT_FIELD(vrel_vector2, data, 8);
+VREL_LAYOUT_FIELD(vrel_vector2, capacity, 12);
+VREL_LAYOUT_FIELD(vrel_vector2, element_size, 16);
+VREL_LAYOUT_FIELD(vrel_vector2, count, 20);
+VREL_LAYOUT_FIELD(vrel_vector2, owns_data, 24);
+VREL_LAYOUT_FIELD(vrel_vector2, flags, 28);
+VREL_LAYOUT_FIELD(vrel_vector2, compare, 32);
+VREL_LAYOUT_FIELD(vrel_vector2, release, 36);
 
 // 0, or the code for a handle that cannot be used; `bad_handle` is the caller's code for the magic.
 static uint32_t _vrel_vector2_check(const vrel_vector2* vector, uint32_t bad_handle) {
