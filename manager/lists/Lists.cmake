@@ -17,9 +17,9 @@ set(list_tables ${CMAKE_CURRENT_BINARY_DIR}/ListTables.cpp)
 if(CMAKE_CROSSCOMPILING)
   find_program(TROVA_HOST_CXX NAMES c++ g++ clang++ NO_CMAKE_FIND_ROOT_PATH REQUIRED
     DOC "C++20 compiler for programs that run while building")
-  set(list_compiler ${CMAKE_CURRENT_BINARY_DIR}/list_compiler)
-  add_custom_command(OUTPUT ${list_compiler}
-    COMMAND ${TROVA_HOST_CXX} -std=c++20 -O1 ${list_compiler_sources} -o ${list_compiler}
+  set(TROVA_LIST_COMPILER ${CMAKE_CURRENT_BINARY_DIR}/list_compiler)
+  add_custom_command(OUTPUT ${TROVA_LIST_COMPILER}
+    COMMAND ${TROVA_HOST_CXX} -std=c++20 -O1 ${list_compiler_sources} -o ${TROVA_LIST_COMPILER}
     DEPENDS ${list_compiler_sources}
       ${CMAKE_CURRENT_SOURCE_DIR}/src/lists/Fold.hxx
       ${CMAKE_CURRENT_SOURCE_DIR}/src/lists/Tables.hxx
@@ -27,12 +27,13 @@ if(CMAKE_CROSSCOMPILING)
 else()
   add_executable(list_compiler ${list_compiler_sources})
   target_link_libraries(list_compiler PRIVATE trova_hosted)
-  set(list_compiler $<TARGET_FILE:list_compiler>)
+  set(TROVA_LIST_COMPILER $<TARGET_FILE:list_compiler>)
 endif()
+set(TROVA_LIST_COMPILER ${TROVA_LIST_COMPILER} PARENT_SCOPE)
 
 add_custom_command(OUTPUT ${list_tables}
-  COMMAND ${list_compiler} ${CMAKE_CURRENT_LIST_DIR} ${list_tables}
-  DEPENDS ${list_compiler} ${list_data}
+  COMMAND ${TROVA_LIST_COMPILER} ${CMAKE_CURRENT_LIST_DIR} ${list_tables}
+  DEPENDS ${TROVA_LIST_COMPILER} ${list_data}
   COMMENT "Compiling the lists")
 # All texts are one literal.
 set_source_files_properties(${list_tables} PROPERTIES COMPILE_OPTIONS -Wno-overlength-strings)
