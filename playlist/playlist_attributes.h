@@ -27,6 +27,7 @@ VREL_LAYOUT_SLOT(trova_playlist_capture_callbacks, set_integer, 0);
 VREL_LAYOUT_SLOT(trova_playlist_capture_callbacks, set_string, 1);
 VREL_LAYOUT_SLOTS(trova_playlist_capture_callbacks, 2);
 
+#pragma GCC visibility push(hidden)
 // The registry: pointers to records, in the order of registration. The records themselves never
 // move, because every collection points to those it was made with. Written at start, stop and
 // registration only.
@@ -35,6 +36,7 @@ extern vrel_vector2* g_playlist_attribute_mgr;
 // Value keys of data objects to names of the attributes that render them; null until first asked
 // for. Use playlist_gdo_initialize().
 extern vrel_stringmap* g_playlist_gdo_key_map;
+#pragma GCC visibility pop
 
 // Makes the registry and registers the built-in attributes. Answers what the last of them answered:
 // an earlier one that fails is logged and missing, and the library starts without it.
@@ -53,8 +55,10 @@ uint32_t playlist_attributes_get(uint32_t index, const AttributeProvider** out_p
 // Builds the value-key map unless it stands already.
 uint32_t playlist_gdo_initialize();
 
+#pragma GCC visibility push(hidden)
 // Frees one text; releases the elements of the vectors in which contexts keep rendered texts.
 void _playlist_value_strings_delete(uintptr_t text);
+#pragma GCC visibility pop
 
 // The built-in attributes, each in a file of its own.
 uint32_t playlist_initialize_attribute_albumname();

@@ -130,7 +130,9 @@ uint32_t playlist_collection_intern_ident(Collection* collection, const char* id
                                           uint32_t* out_id);
 
 // Orders value entries by ident, the larger id first.
+#pragma GCC visibility push(hidden)
 int32_t playlist_attrdata_compare_ident(const void* a, const void* b, uint32_t size);
+#pragma GCC visibility pop
 
 // Finds the first entry of an ident in a vector that is sorted by playlist_attrdata_compare_ident.
 uint32_t playlist_attrdata_find_ident(vrel_vector2* values, uint32_t ident, uint32_t* out_index);

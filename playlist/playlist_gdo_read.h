@@ -8,9 +8,11 @@
 #include "trova_manager_services.h"
 
 // Context names of data objects.
+#pragma GCC visibility push(hidden)
 extern const char kAlbumContext[];
 extern const char kTrackContext[];
 extern const char kExtdataContext[];
+#pragma GCC visibility pop
 
 // Gives a reference on a data object back.
 void playlist_gdo_release(trova_gdo* object);

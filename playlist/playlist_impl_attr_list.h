@@ -11,7 +11,7 @@
 
 // A value key that render_integer answers with an element's display text.
 struct ListRenderKey {
-  const char* key;
+  char key[27];
   uint32_t level;  // of the element that is shown; 0 is the captured element itself
   bool fold_case;  // the key is matched without regard to letter case
 };

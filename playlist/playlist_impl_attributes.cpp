@@ -16,9 +16,10 @@ const char kSource[] = "playlist_impl_attributes";
 // Keys with their case, neither keys nor texts copied: both are constants below.
 constexpr uint32_t kKeyMapFlags = 0x1100;
 
+// Texts in place: a table of pointers would be written to whenever the library is loaded.
 struct KeyMapEntry {
-  const char* key;
-  const char* attribute;
+  char key[32];
+  char attribute[14];
 };
 
 constexpr KeyMapEntry kKeyMap[] = {

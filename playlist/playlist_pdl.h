@@ -132,6 +132,9 @@ uint32_t _playlist_pdl_setup_actions(vrel_vector* actions, trova_gdo* seed);
 // Runs the actions and leaves the playlist in order. Sorts `actions` into running order.
 uint32_t _playlist_pdl_perform_actions(vrel_vector* actions, Results* results);
 
+// The parser takes the addresses of what follows.
+#pragma GCC visibility push(hidden)
+
 // Setup operations that the parser binds.
 uint32_t _playlist_pdl_setup_children(PdlNode* node, trova_gdo* seed);
 uint32_t _playlist_pdl_setup_ident_op_ident(PdlNode* node, trova_gdo* seed);
@@ -149,5 +152,7 @@ uint32_t _playlist_pdl_perform_order_op_order(PdlNode* node, uint32_t child_code
 uint32_t _playlist_pdl_perform_score_id_op_id(PdlNode* node, uint32_t child_code, PdlNode** enter);
 uint32_t _playlist_pdl_perform_score_rand(PdlNode* node, uint32_t child_code, PdlNode** enter);
 uint32_t _playlist_pdl_perform_limit(PdlNode* node, uint32_t child_code, PdlNode** enter);
+
+#pragma GCC visibility pop
 
 #endif  // PLAYLIST_PDL_H

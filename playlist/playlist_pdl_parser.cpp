@@ -84,7 +84,7 @@ char upper(char c) {
 }
 
 struct Keyword {
-  const char* text;
+  char text[9];
   uint32_t kind;
 };
 

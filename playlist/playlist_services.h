@@ -4,6 +4,8 @@
 
 #include "trova_manager_services.h"
 
+// Hidden also where they are only declared, so that reading them takes no table of addresses.
+#pragma GCC visibility push(hidden)
 // Written under the initialisation lock by start and stop only, read without a lock in between.
 extern trova_errorinfo_interface* g_playlist_errorinfo_interface;
 extern trova_handlemanager_interface* g_playlist_handlemanager_interface;
@@ -13,5 +15,6 @@ extern trova_gdo_interface* g_playlist_gdo_interface;
 extern trova_serialization_interface* g_playlist_serialization_interface;
 // Null when the manager offers no storage.
 extern trova_storage_interface* g_playlist_storage_interface;
+#pragma GCC visibility pop
 
 #endif  // PLAYLIST_SERVICES_H

@@ -89,7 +89,7 @@ uint32_t vrel_string_atou32(const char* text) {
 }
 
 bool vrel_string_atobool(const char* text) {
-  static const char* const kTrueWords[] = {"true", "yes", "y"};
+  static const char kTrueWords[][5] = {"true", "yes", "y"};
   for (const char* word : kTrueWords) {
     if (vrel_string_equal(text, word, 1)) return true;
   }

@@ -30,8 +30,8 @@ struct Conversion {
   char letter;
   uint8_t base;
   ConversionKind kind;
-  uint8_t digits;      // where in kDigits this base begins
-  const char* prefix;  // what "#" puts before a value that is not zero
+  uint8_t digits;  // where in kDigits this base begins
+  char prefix[3];  // what "#" puts before a value that is not zero
 };
 
 static const Conversion kConversions[] = {
