@@ -52,6 +52,11 @@ VREL_LAYOUT_FIELD(MoodContext, op, 4);
 VREL_LAYOUT_FIELD(MoodContext, value, 8);
 VREL_LAYOUT_FIELD(MoodContext, level, 12);
 VREL_LAYOUT_FIELD(MoodContext, loaded, 16);
+VREL_LAYOUT_FIELD(MoodContext, correlate_set, 24);
+VREL_LAYOUT_FIELD(MoodContext, has_profile, 28);
+VREL_LAYOUT_FIELD(MoodContext, profile, 32);
+VREL_LAYOUT_FIELD(MoodContext, normalized, 32 + sizeof(RawMoodVector));
+VREL_LAYOUT_FIELD(MoodContext, texts, 36 + sizeof(RawMoodVector));
 
 MoodContext* context_of(void* context) {
   return static_cast<MoodContext*>(context);

@@ -36,16 +36,17 @@ constexpr uint32_t kContextMagic = 0xccddeeffu;
 struct TempoContext {
   uint32_t magic;
   uint32_t op;
-  uint32_t value;  // beats per minute, or the list element that equality maps them to
-  uint32_t level;  // of that element; 0 until known
-  LoadedList loaded;
+  uint32_t value;      // beats per minute, or the list element that equality maps them to
+  uint32_t level;      // of that element; 0 until known
+  trova_list* list;    // null: none could be loaded
   vrel_vector* texts;  // handed out by render; null until the first
 };
 VREL_LAYOUT_FIELD(TempoContext, magic, 0);
 VREL_LAYOUT_FIELD(TempoContext, op, 4);
 VREL_LAYOUT_FIELD(TempoContext, value, 8);
 VREL_LAYOUT_FIELD(TempoContext, level, 12);
-VREL_LAYOUT_FIELD(TempoContext, loaded, 16);
+VREL_LAYOUT_FIELD(TempoContext, list, 16);
+VREL_LAYOUT_FIELD(TempoContext, texts, 20);
 
 TempoContext* context_of(void* context) {
   return static_cast<TempoContext*>(context);
@@ -57,9 +58,8 @@ bool is_equality(uint32_t op) {
 
 // Replaces the context's value by its list element, where equality will ask for it.
 uint32_t map_value(TempoContext* context) {
-  if (!is_equality(context->op) || context->loaded.list == nullptr) return 0;
-  return playlist_list_locate(context->loaded.list, context->value, &context->level,
-                              &context->value);
+  if (!is_equality(context->op) || context->list == nullptr) return 0;
+  return playlist_list_locate(context->list, context->value, &context->level, &context->value);
 }
 
 void capture_number(void* writer, trova_gdo* object,
@@ -107,7 +107,7 @@ uint32_t compare(const TempoContext& context, uint32_t value, int32_t* out_score
 }
 
 uint32_t evaluate(const TempoContext& context, uint32_t value, int32_t* out_score) {
-  trova_list* const list = is_equality(context.op) ? context.loaded.list : nullptr;
+  trova_list* const list = is_equality(context.op) ? context.list : nullptr;
   return playlist_list_compare(list, value, context.level,
                                [&](uint32_t tempo) { return compare(context, tempo, out_score); });
 }
@@ -163,7 +163,7 @@ uint32_t create_context(void** out_context) {
   auto* const context = static_cast<TempoContext*>(vrel_memory_calloc(1, sizeof(TempoContext)));
   if (context == nullptr) return VREL_LOG_HERE(PLERR_NoMemory);
   context->magic = kContextMagic;
-  context->loaded = playlist_load_list(kListType, nullptr);
+  context->list = playlist_load_list(kListType, nullptr).list;
   *out_context = context;
   return 0;
 }
@@ -194,7 +194,7 @@ uint32_t delete_context(void* context) {
   if (context == nullptr) return 0;
   TempoContext* const self = context_of(context);
   if (self->texts != nullptr) static_cast<void>(vrel_vector_delete(self->texts));
-  playlist_release_list(self->loaded);
+  playlist_release_list({self->list, nullptr});
   vrel_memory_free(self);
   return 0;
 }
