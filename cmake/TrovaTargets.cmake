@@ -36,5 +36,7 @@ endfunction()
 add_library(trova_hosted INTERFACE)
 target_link_libraries(trova_hosted INTERFACE trova_common)
 target_compile_features(trova_hosted INTERFACE cxx_std_20)
+# Files have more than two gigabytes on 32-bit targets too.
+target_compile_definitions(trova_hosted INTERFACE _FILE_OFFSET_BITS=64)
 # GCC 12 sees overlapping copies in the joining of two std::strings that are not there.
 target_compile_options(trova_hosted INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)

@@ -187,8 +187,9 @@ class Reader {
 
   std::string take_bytes(uint64_t size) {
     if (size > bytes_.size() - at_) throw NoMoreItems();
-    at_ += size;
-    return bytes_.substr(at_ - size, size);
+    const auto count = static_cast<size_t>(size);
+    at_ += count;
+    return bytes_.substr(at_ - count, count);
   }
 
   Item part(uint64_t* parts) {

@@ -112,7 +112,7 @@ TEST_F(test_cli_collections, scans_read_what_changed_and_open_nothing_else) {
       // Whoever opened it would see another file.
       {[&] {
          const auto time = fs::last_write_time(kept);
-         const std::string other(fs::file_size(kept), '?');
+         const std::string other(static_cast<std::size_t>(fs::file_size(kept)), '?');
          std::ofstream(kept) << other;
          fs::last_write_time(kept, time);
        },
