@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# check_exports.sh CC NM READELF LIBRARY LIST HEADER...: the library exports what LIST says, which is
-# what the headers declare, under a SONAME that is its file name.
+# check_exports.sh CC NM READELF LIBRARY LIST HEADER...: the library exports what LIST says, one name a
+# line or a version script, which is what the headers declare, under a SONAME that is its file name.
 set -u
 cc=$1 nm=$2 readelf=$3 library=$4 list=$5
 shift 5
@@ -18,7 +18,7 @@ exported() {
     "$nm" -D --defined-only "$library" | awk '{ print $NF }' | sed 's/@.*//' | grep -v '^_' | sort -u
 }
 
-wanted=$(grep -v '^#' "$list" | sort)
+wanted=$(sed -nE 's/^ *([a-z_]+);?$/\1/p' "$list" | sort)
 diff <(echo "$wanted") <(exported) || { echo "$list (<) and the library (>) differ"; bad=1; }
 diff <(echo "$wanted") <(declared "$@") || { echo "$list (<) and the headers (>) differ"; bad=1; }
 
