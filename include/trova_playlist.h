@@ -17,7 +17,8 @@
  *   Handles that arrive through an out parameter belong to the caller and are released with the
  *   release function of their family. Text that arrives through an out parameter is borrowed and
  *   must not be freed: idents live as long as their collection, results keep their collection
- *   alive, attribute names live until the last shutdown. Text passed in is copied.
+ *   alive, attribute names live until the last shutdown. Text passed in is copied. A handle that
+ * was released, or is of another kind, is refused and never looked into.
  *
  * Codes
  *   Every function but the reports returns 0 or a 32-bit code. Bit 31 marks a failure
@@ -27,7 +28,12 @@
  *   are written on success only.
  *
  *   Unless a function says otherwise it can return PLERR_NotInited, PLERR_InvalidArg for a null or
- *   empty argument, and a handle failure; these three are not listed again below.
+ *   empty argument, and a handle failure; these three are not listed again below. Nor are failures
+ *   of the manager itself, which can come out of any call that needs it: TROVA_PLAYLIST_FAILURE
+ * with the manager's low 16 bits, or one of the PLERR_ManagerPkg codes.
+ *
+ *   Every failure but PLERR_NotInited is told to the log (vrel_log.h), if it listens. Its callback
+ *   must hand the code on.
  */
 #ifndef TROVA_PLAYLIST_H
 #define TROVA_PLAYLIST_H
@@ -47,7 +53,7 @@
 extern "C" {
 #endif
 
-/* The one test for failure. */
+/* The one test for failure: not for warnings, which are neither failures nor 0. */
 #define TROVA_PLAYLIST_FAILED(code) ((uint32_t)(code) >= UINT32_C(0x80000000))
 /* What a code of this library looks like without its low 16 bits. */
 #define TROVA_PLAYLIST_FAILURE UINT32_C(0x90890000)
@@ -67,7 +73,7 @@ extern "C" {
 #define PLERR_NoValue UINT32_C(0x908901a4)           /* the data object lacks the attribute */
 #define PLERR_ListUnavailable UINT32_C(0x908902d3)   /* the list that is needed is not loaded */
 #define PLERR_BadManager UINT32_C(0x90890320)        /* wrong manager handle or version */
-#define PLERR_EndOfAttributes UINT32_C(0x90890361)   /* index past the last one; a failure */
+#define PLERR_EndOfAttributes UINT32_C(0x90890361)   /* index past the last one, of any list */
 #define PLERR_ManagerPkgA UINT32_C(0x90890400)       /* the manager's package 4 or 20 failed */
 #define PLERR_ManagerPkgB UINT32_C(0x90890403)       /* the manager's package 16 failed */
 #define PLERR_ManagerPkgC UINT32_C(0x90890404)       /* the manager's package 7 failed */
@@ -76,13 +82,16 @@ extern "C" {
 #define PLERR_StatementMismatch UINT32_C(0x90890600) /* the statement needs a seed */
 #define PLERR_Syntax UINT32_C(0x90890601)            /* the statement is wrong */
 
+/* Idents with what the attributes captured for them. */
 typedef struct trova_playlist_collection trova_playlist_collection;
+/* A playlist: idents of one collection, in order. */
 typedef struct trova_playlist_results trova_playlist_results;
 
 /* ------------------------------------------------------------------------------- Library */
 
 /*
- * Starts the library, or counts one more user of it.
+ * Starts the library, or counts one more user of it. A second manager is not looked at beyond its
+ * magic word and version: the first one stays.
  * @param manager  handle of a running manager; it must outlive the last shutdown
  * @return 0; PLERR_InvalidArg for null; PLERR_BadManager for a wrong magic word or version;
  *         PLERR_InitFailed when a step of the start fails (nothing stays behind)
@@ -90,8 +99,8 @@ typedef struct trova_playlist_results trova_playlist_results;
 TROVA_PLAYLIST_API uint32_t trova_playlist_initialize(ManagerHandle* manager);
 
 /*
- * Counts one user less; the last one stops the library.
- * @return 0; PLERR_NotInited when the library is not initialised
+ * Counts one user less; the last one stops the library. No other thread may be inside it then.
+ * @return 0; PLERR_NotInited when the library is not initialised, which the log is told here
  */
 TROVA_PLAYLIST_API uint32_t trova_playlist_shutdown(void);
 
@@ -106,13 +115,18 @@ TROVA_PLAYLIST_API const char* trova_playlist_get_build_date(void);
 
 /* ---------------------------------------------------------------------------- Attributes */
 
-/* @param[out] out_count  number of registered providers, eight after start-up */
+/*
+ * Counts the attributes of the library.
+ * @param[out] out_count  number of registered providers, eight after start-up
+ * @return 0
+ */
 TROVA_PLAYLIST_API uint32_t trova_playlist_attributes_count(uint32_t* out_count);
 
 /*
+ * Names an attribute of the library.
  * @param index          0 to the count minus 1, in the order of registration
  * @param[out] out_name  static text of the provider
- * @return 0; 0x90890361 at or past the count
+ * @return 0; PLERR_EndOfAttributes (a failure, not a warning) at or past the count
  */
 TROVA_PLAYLIST_API uint32_t trova_playlist_attributes_enum(uint32_t index, const char** out_name);
 
@@ -121,8 +135,8 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_attributes_enum(uint32_t index, const
  * (letter case ignored) is the one that new collections use. Not safe while other threads use the
  * library.
  * @param provider  copied; its functions must stay until the last shutdown
- * @return 0; PLERR_InvalidArg for null or when a required operation is missing; the registry's own
- *         code while the library is down
+ * @return 0; PLERR_InvalidArg for null or when one of the operations 0 to 3 is missing;
+ *         PLERR_NoMemory; the registry's own code, which is a failure, while the library is down
  */
 TROVA_PLAYLIST_API uint32_t
 trova_playlist_register_attribute_provider(const trova_playlist_attribute_provider* provider);
@@ -139,30 +153,45 @@ TROVA_PLAYLIST_API uint32_t
 trova_playlist_collection_create(const char* name, trova_playlist_collection** out_collection);
 
 /*
- * Gives back the application's reference. Results keep the collection alive until they are
- * released themselves; the handle is worthless at once.
+ * Gives back the application's reference. Results and data views keep the collection alive until
+ * they are released themselves; do not use the handle again.
  * @param collection  may be null: nothing happens
+ * @return 0
  */
 TROVA_PLAYLIST_API uint32_t
 trova_playlist_collection_release(trova_playlist_collection* collection);
 
-/* @param[out] out_name  valid until the next rename or the final release */
+/*
+ * Reads the name.
+ * @param collection     live handle
+ * @param[out] out_name  valid until the next rename or the final release
+ * @return 0
+ */
 TROVA_PLAYLIST_API uint32_t
 trova_playlist_collection_get_name(trova_playlist_collection* collection, const char** out_name);
 
 /*
  * Renames the collection.
+ * @param collection  live handle
+ * @param name        any non-empty text; copied
  * @return 0; PLERR_NoMemory (the old name stays)
  */
 TROVA_PLAYLIST_API uint32_t
 trova_playlist_collection_update_name(trova_playlist_collection* collection, const char* name);
 
-/* @param[out] out_count  number of attributes of this collection */
+/*
+ * Counts the attributes that were registered when the collection was made.
+ * @param collection      live handle
+ * @param[out] out_count  number of attributes of this collection
+ * @return 0
+ */
 TROVA_PLAYLIST_API uint32_t trova_playlist_collection_attributes_count(
     trova_playlist_collection* collection, uint32_t* out_count);
 
 /*
- * @param index          0 to the count minus 1
+ * Names an attribute of the collection.
+ * @param collection     live handle
+ * @param index          0 to the count minus 1, in an order of the collection's own
  * @param[out] out_name  static text of the provider
  * @return 0; PLERR_EndOfAttributes (a failure, not a warning) at or past the count
  */
@@ -176,26 +205,42 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_collection_attributes_enum(
  * apart by a 32-bit hash: of a million file names a hundred or so may meet another's hash and then
  * count as one ident with it. Numbers of up to six digits, all of one length, never meet. Adding an
  * ident again adds its values once more beside the first. Data from which no attribute reads
- * anything leaves the ident outside the collection; that is no error.
- * @param ident  non-empty text of the application's choosing; copied
- * @param data   live data object of a track or an album; not kept
- * @return 0; the handle manager's failure
+ * anything leaves the ident outside the collection; that is no error. Nor is an attribute that
+ * fails, for want of memory too: the others capture, and the log tells.
+ * @param collection  live handle
+ * @param ident       non-empty text of the application's choosing; copied
+ * @param data        live data object of a track or an album; not kept
+ * @return 0
  */
 TROVA_PLAYLIST_API uint32_t trova_playlist_collection_ident_add(
     trova_playlist_collection* collection, const char* ident, trova_gdo* data);
 
-/* @param[out] out_exists  1 when the collection has met the ident (a removed one still counts) */
+/*
+ * Asks for an ident.
+ * @param collection       live handle
+ * @param ident            non-empty text
+ * @param[out] out_exists  1 when the collection has met the ident (a removed one still counts),
+ *                         else 0
+ * @return 0
+ */
 TROVA_PLAYLIST_API uint32_t trova_playlist_collection_ident_exists(
     trova_playlist_collection* collection, const char* ident, uint8_t* out_exists);
 
-/* @param[out] out_count  distinct idents since the collection was made, removed ones included */
+/*
+ * Counts the idents.
+ * @param collection      live handle
+ * @param[out] out_count  distinct idents since the collection was made, removed ones included
+ * @return 0
+ */
 TROVA_PLAYLIST_API uint32_t
 trova_playlist_collection_ident_count(trova_playlist_collection* collection, uint32_t* out_count);
 
 /*
  * Lists the idents in an order of the collection's own.
+ * @param collection      live handle
+ * @param index           0 to the count minus 1
  * @param[out] out_ident  valid until the collection is deleted; "" for a removed ident
- * @return 0; 0x90890361 at or past the count
+ * @return 0; PLERR_EndOfAttributes (a failure, not a warning) at or past the count
  */
 TROVA_PLAYLIST_API uint32_t trova_playlist_collection_ident_enum(
     trova_playlist_collection* collection, uint32_t index, const char** out_ident);
@@ -203,7 +248,9 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_collection_ident_enum(
 /*
  * Removes an ident's values and blanks its text. The ident still counts and is still listed, as
  * "", until it is added again. Removing it twice returns 0.
- * @return 0; PLERR_NotFound when the collection never met the ident
+ * @param collection  live handle
+ * @param ident       non-empty text
+ * @return 0; PLERR_NotFound when the collection never met the ident; PLERR_NoMemory
  */
 TROVA_PLAYLIST_API uint32_t
 trova_playlist_collection_ident_remove(trova_playlist_collection* collection, const char* ident);
@@ -213,7 +260,9 @@ trova_playlist_collection_ident_remove(trova_playlist_collection* collection, co
  * describe a track ("_sdkmgr_val_list_genre_id") or by attribute name ("QX_Genre"). Each key has
  * one value at most. The object keeps its collection alive, and reads what the collection holds at
  * the time of reading; a text that it handed out stays until the object is released.
- * @param[out] out_data  released with the manager's data-object service
+ * @param collection     live handle
+ * @param ident          non-empty text
+ * @param[out] out_data  released as the manager releases data objects, before the last shutdown
  * @return 0; PLERR_NotFound when the collection never met the ident; PLERR_NoMemory
  */
 TROVA_PLAYLIST_API uint32_t trova_playlist_collection_ident_get_gdo(
@@ -221,12 +270,18 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_collection_ident_get_gdo(
 
 /* ------------------------------------------------------------------------- Serialization */
 
-/* @param[out] out_size  bytes that trova_playlist_collection_serialize() asks for: a bound */
+/*
+ * Measures the collection.
+ * @param collection     live handle
+ * @param[out] out_size  bytes that trova_playlist_collection_serialize() asks for: a bound
+ * @return 0; PLERR_NoMemory for a collection of more than 4 GiB
+ */
 TROVA_PLAYLIST_API uint32_t
 trova_playlist_collection_serialize_size(trova_playlist_collection* collection, uint32_t* out_size);
 
 /*
  * Writes the collection as bytes that any machine can read back (docs/stream.md).
+ * @param collection     live handle
  * @param buffer         may be null: only the size is answered
  * @param[in,out] size   room in the buffer; becomes the number of bytes written, or without a
  *                       buffer the bound of trova_playlist_collection_serialize_size()
@@ -243,29 +298,31 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_collection_serialize(
  * right behind one that is removed keeps its values, but is no longer found by its text: after
  * removals, fill a new collection before you serialize or store it.
  * @param bytes                not kept
+ * @param size                 how many there are
  * @param[out] out_collection  released with trova_playlist_collection_release()
  * @return 0; PLERR_CorruptData; PLERR_InvalidData for a version that is not known; PLERR_NoMemory
  */
 TROVA_PLAYLIST_API uint32_t trova_playlist_collection_deserialize(
     const void* bytes, uint32_t size, trova_playlist_collection** out_collection);
 
-/* ------------------------------------------------------------------------------- Storage */
-
-/*
+/* ------------------------------------------------------------------------------- Storage
+ *
  * Collections by name, in a store of the manager's. All five answer PLERR_NoStorage when the
  * manager offers no storage, PLERR_StoreInvalid when the store is not laid out for collections, and
- * the manager's failure, mapped, when it cannot read or write.
- */
+ * the manager's failure, mapped, when it cannot read or write. */
 
 /*
  * Stores the collection under its name and replaces what was stored so. A collection that was
  * renamed since it was last stored or loaded replaces the record of its old name.
+ * @param collection  live handle
  * @return 0; PLERR_NoMemory
  */
 TROVA_PLAYLIST_API uint32_t
 trova_playlist_storage_store_collection(trova_playlist_collection* collection);
 
 /*
+ * Loads a stored collection. It is another one than the collection that was stored.
+ * @param name                 the collection's
  * @param[out] out_collection  released with trova_playlist_collection_release()
  * @return 0; PLERR_NotFound when there is no such collection; the codes of
  *         trova_playlist_collection_deserialize()
@@ -273,10 +330,15 @@ trova_playlist_storage_store_collection(trova_playlist_collection* collection);
 TROVA_PLAYLIST_API uint32_t trova_playlist_storage_load_collection(
     const char* name, trova_playlist_collection** out_collection);
 
-/* @param[out] out_count  stored collections; 0 while there is no store yet */
+/*
+ * Counts what is stored.
+ * @param[out] out_count  stored collections; 0 while there is no store yet
+ * @return 0
+ */
 TROVA_PLAYLIST_API uint32_t trova_playlist_storage_count_collections(uint32_t* out_count);
 
 /*
+ * Names a stored collection.
  * @param index   0 to the count minus 1, in the store's order
  * @param buffer  receives the name with its terminator, cut off to fit
  * @param size    room in the buffer in bytes, not 0
@@ -285,19 +347,25 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_storage_count_collections(uint32_t* o
 TROVA_PLAYLIST_API uint32_t trova_playlist_storage_enum_collections(uint32_t index, char* buffer,
                                                                     uint32_t size);
 
-/* @return 0; PLERR_NotFound when there is no such collection */
+/*
+ * Removes a stored collection. Those that were loaded stay.
+ * @param name  the collection's
+ * @return 0; PLERR_NotFound when there is no such collection
+ */
 TROVA_PLAYLIST_API uint32_t trova_playlist_storage_remove_collection(const char* name);
 
 /* ----------------------------------------------------------------------- Synchronisation */
 
-/* What a synchronisation asks the application to do with an ident. */
 #define TROVA_PLAYLIST_SYNC_ADD UINT32_C(10)    /* reported, and not in the collection */
 #define TROVA_PLAYLIST_SYNC_REMOVE UINT32_C(11) /* in the collection, and not reported */
 
 /*
  * Called once for each difference, with the collection's lock held. It may add, remove and report
- * idents of the collection, on its own thread.
+ * idents of the collection, and release it, on its own thread.
+ * @param user_data      as given to trova_playlist_collection_sync_process()
+ * @param collection     the collection that is compared
  * @param ident          valid during the call; "" for an ident that was removed before
+ * @param status         TROVA_PLAYLIST_SYNC_ADD or TROVA_PLAYLIST_SYNC_REMOVE
  * @param[out] out_stop  0; set it to end the synchronisation
  */
 typedef void (*trova_playlist_sync_callback)(void* user_data, trova_playlist_collection* collection,
@@ -306,6 +374,8 @@ typedef void (*trova_playlist_sync_callback)(void* user_data, trova_playlist_col
 /*
  * Reports one ident that the application has. Report each once: a second report of an ident that
  * the collection holds makes it look missing.
+ * @param collection  live handle
+ * @param ident       non-empty text; copied
  * @return 0; PLERR_NoMemory
  */
 TROVA_PLAYLIST_API uint32_t
@@ -315,8 +385,9 @@ trova_playlist_collection_sync_ident_add(trova_playlist_collection* collection, 
  * Compares what was reported with the collection, and calls back for every ident to remove, then
  * for every ident to add. Nothing is changed but by the callback. The report is used up, whatever
  * the result.
- * @param callback   must not be null
- * @param user_data  handed to the callback
+ * @param collection  live handle
+ * @param callback    must not be null
+ * @param user_data   handed to the callback; may be null
  * @return 0; PLERR_SyncNotStarted when nothing was reported; PLERR_NoMemory
  */
 TROVA_PLAYLIST_API uint32_t trova_playlist_collection_sync_process(
@@ -326,6 +397,8 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_collection_sync_process(
 
 /*
  * Checks a statement against a collection's attributes.
+ * @param statement           as docs/language.md describes them
+ * @param collection          live handle
  * @param[out] out_seed_used  may be null; 1 when the statement needs a seed
  * @return 0; PLERR_Syntax, with the reason as the text of the manager's last error;
  *         PLERR_Unsupported; PLERR_NoMemory
@@ -337,6 +410,8 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_statement_validate(const char* statem
 /*
  * Runs a statement.
  * @param user              not examined; may be null
+ * @param statement         as docs/language.md describes them
+ * @param collection        live handle
  * @param seed              data object that SEED stands for; may be null
  * @param[out] out_results  released with trova_playlist_results_release()
  * @return 0, also for an empty playlist; PLERR_Syntax, with the reason as the text of the
@@ -353,8 +428,10 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_generate_playlist(trova_user* user,
 
 /*
  * Runs the built-in statement that finds tracks like the seed, by mood first and genre next.
- * @param user  live user handle
- * @param seed  live data object
+ * @param user              live user of the manager
+ * @param collection        live handle
+ * @param seed              live data object
+ * @param[out] out_results  released with trova_playlist_results_release()
  * @return as trova_playlist_generate_playlist()
  */
 TROVA_PLAYLIST_API uint32_t
@@ -363,19 +440,30 @@ trova_playlist_generate_morelikethis(trova_user* user, trova_playlist_collection
 
 /* ------------------------------------------------------------------------------- Results */
 
-/* @param[out] out_count  number of entries of the playlist */
+/*
+ * Counts the entries.
+ * @param results         live handle
+ * @param[out] out_count  number of entries of the playlist
+ * @return 0
+ */
 TROVA_PLAYLIST_API uint32_t trova_playlist_results_count(trova_playlist_results* results,
                                                          uint32_t* out_count);
 
 /*
+ * Reads one entry.
+ * @param results         live handle
  * @param index           0 to the count minus 1, in playlist order
  * @param[out] out_ident  valid as long as the results or the collection
- * @return 0; 0x90890361 at or past the count
+ * @return 0; PLERR_EndOfAttributes (a failure, not a warning) at or past the count
  */
 TROVA_PLAYLIST_API uint32_t trova_playlist_results_enum(trova_playlist_results* results,
                                                         uint32_t index, const char** out_ident);
 
-/* @param results  may be null: nothing happens */
+/*
+ * Gives the results back, and their reference on the collection.
+ * @param results  may be null: nothing happens
+ * @return 0
+ */
 TROVA_PLAYLIST_API uint32_t trova_playlist_results_release(trova_playlist_results* results);
 
 #ifdef __cplusplus

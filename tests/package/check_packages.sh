@@ -2,7 +2,7 @@
 # check_packages.sh ROOT: the packages of this machine, unpacked into a folder, serve a program; what
 # they install runs without a path of its own.
 set -eu
-root=$1
+root=$(realpath "$1")
 arch=$(dpkg --print-architecture)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
