@@ -89,8 +89,12 @@ static int32_t likeness(uint32_t a, uint32_t b) {
   return TROVA_PLAYLIST_SCORE_HOLDS - kScoreOfAStar * apart;
 }
 
+/* "and" hands over the values that its left side found, of whatever attribute: what is no rating
+ * matches nothing. */
 static uint32_t evaluate_integer(void* context, uint32_t value, int32_t* out_score) {
   const rating_context* const self = (const rating_context*)context;
+  *out_score = 0;
+  if (value < kLowest || value > kHighest) return 0;
   switch (self->op) {
     case TROVA_PLAYLIST_OP_EQUAL:
       *out_score = score_of(value == self->stars);

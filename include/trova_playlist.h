@@ -61,7 +61,7 @@ extern "C" {
 #define PLERR_InvalidArg UINT32_C(0x90890001)        /* null, empty or out of range */
 #define PLERR_NoMemory UINT32_C(0x90890002)          /* an allocation failed */
 #define PLERR_NotFound UINT32_C(0x10890003)          /* no such thing; a warning */
-#define PLERR_Unexpected UINT32_C(0x90890003)        /* a token or item other than the one due */
+#define PLERR_Unexpected UINT32_C(0x90890003)        /* reserved: nothing answers it now */
 #define PLERR_NotInited UINT32_C(0x90890007)         /* the library is not initialised */
 #define PLERR_BufferTooSmall UINT32_C(0x90890008)    /* the caller's buffer is too small */
 #define PLERR_InitFailed UINT32_C(0x9089000a)        /* start-up against the manager failed */

@@ -77,8 +77,9 @@ typedef struct trova_playlist_attribute_provider {
    * comparison match nothing; another failure fails the statement. */
   uint32_t (*set_value_from_seed)(void* context, uint32_t op, trova_gdo* seed);
   /* 6, may be null: then captured integers score 0. Scores one of them; 0 means "no match". It must
-   * answer the same for the same value. A warning counts with its score; a failure ends a WHERE,
-   * and leaves 0 in an ORDER. */
+   * answer the same for the same value. Any number may come: behind "and" stand values of the
+   * attribute before it. A warning counts with its score; a failure ends a WHERE, and leaves 0 in
+   * an ORDER. */
   uint32_t (*evaluate_integer)(void* context, uint32_t value, int32_t* out_score);
   /* 7, may be null: then captured texts score 0. The same for one of them, valid during the call.
    */

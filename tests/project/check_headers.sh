@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# check_headers.sh CC CXX INCLUDE_DIR: every public header compiles alone, as C11 and as C++17.
+# check_headers.sh CC CXX INCLUDE_DIR: every public header compiles alone, as C11 and as C++17, with
+# the build's compiler and with clang.
 set -u
 cc=$1 cxx=$2 include=$3
 strict=(-Wall -Wextra -pedantic -Werror -fsyntax-only -I "$include")
@@ -12,7 +13,11 @@ compile() {
 }
 
 pairs=("$cc $cxx")
-command -v clang >/dev/null && command -v clang++ >/dev/null && pairs+=("clang clang++")
+if command -v clang >/dev/null && command -v clang++ >/dev/null; then
+    pairs+=("clang clang++")
+else
+    echo 'clang is not here: the headers are not compiled with it'
+fi
 count=0
 for header in "$include"/*.h; do
     name=${header##*/}
