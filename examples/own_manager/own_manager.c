@@ -79,7 +79,7 @@ static uint32_t handle_remove(void* object) {
   return 0;
 }
 
-static void forget_handle(const void* address) {
+static void forget_handle(void* address) {
   pthread_mutex_lock(&g_handles_lock);
   known_handle** const place = find_handle(address);
   if (*place != NULL) {
