@@ -21,6 +21,9 @@ constexpr uint16_t kFirstDecade = 1920;
 constexpr double kDecades[] = {1, 1, 2, 4, 8, 14, 16, 17, 18, 13, 6};
 constexpr uint8_t kWeights[][kMoods] = {{50, 30, 20}, {60, 25, 15}, {40, 35, 25}, {70, 20, 10}};
 constexpr uint32_t kNames = 20;
+constexpr uint32_t kRandomStart = 1;
+// The seed is the first track behind this one that fits, the same one in libraries of all sizes.
+constexpr uint32_t kSeedBehind = 3333;
 
 using Random = std::mt19937_64;
 
@@ -132,7 +135,7 @@ Library::Library(uint32_t count)
       artist_types(load(TROVA_LIST_ARTIST_TYPES)),
       moods(load(TROVA_LIST_MOODS)),
       count_(count),
-      random_(count),
+      random_(kRandomStart),
       artists_{""},
       traits_{{}} {
   while (tracks_.size() < total()) add_album();
@@ -182,7 +185,17 @@ void Library::add_album() {
       }
     }
     tracks_.push_back(track);
-    idents_.push_back(folder + "/" + std::to_string(i) + " " + word(random_) + ".flac");
+    idents_.push_back(new_ident(folder + "/" + std::to_string(i) + " "));
+  }
+}
+
+// The library tells idents apart by this hash, so applications take care that no two share one.
+std::string Library::new_ident(const std::string& start) {
+  for (;;) {
+    std::string ident = start + word(random_) + ".flac";
+    uint32_t hash = 5381;
+    for (const char c : ident) hash = hash * 33 + static_cast<uint8_t>(c);
+    if (hashes_.insert(hash).second) return ident;
   }
 }
 
@@ -203,7 +216,7 @@ void Library::choose_questions() {
            origins.levels[track.origin] == 3 && track.artist_type != 0 && track.artist != 0 &&
            track.moods[0] != 0 && track.tempo != 0;
   };
-  uint32_t seed = count_ / 3;
+  uint32_t seed = std::min(kSeedBehind, count_ / 3);
   while (!fits(tracks_[seed])) ++seed;
   questions_.seed = seed;
   for (uint32_t i = 0; i < kNames; ++i) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 namespace bench {
@@ -47,7 +48,8 @@ struct Questions {
 
 class Library {
  public:
-  // Tracks 0 to count - 1 fill a collection; behind them stand two hundredths to add later.
+  // A smaller library is the beginning of a larger one. Tracks 0 to count - 1 fill a collection;
+  // behind them stand two hundredths to add later.
   explicit Library(uint32_t count);
 
   uint32_t count() const { return count_; }
@@ -64,14 +66,16 @@ class Library {
 
  private:
   void add_album();
+  std::string new_ident(const std::string& start);
   void choose_questions();
 
   uint32_t count_;
   std::mt19937_64 random_;
   std::vector<Track> tracks_;
   std::vector<std::string> idents_;
-  std::vector<std::string> artists_;  // the first one stands for "missing"
-  std::vector<Track> traits_;         // of each artist: origin and type
+  std::unordered_set<uint32_t> hashes_;  // of the idents
+  std::vector<std::string> artists_;     // the first one stands for "missing"
+  std::vector<Track> traits_;            // of each artist: origin and type
   Questions questions_ = {};
 };
 

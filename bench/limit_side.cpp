@@ -1,6 +1,7 @@
 // limit_side: what the machine can do. Arrays of plain records, written for these answers alone.
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -66,6 +67,7 @@ class LimitSide final : public Side {
  public:
   explicit LimitSide(const Library& library)
       : library_(library), scores_(library), name_score_(library.artist(library.seed().artist)) {
+    by_artist_.resize(library.artist_count());
     for (uint32_t i = 1; i < library.artist_count(); ++i) places_.emplace(library.artist(i), i);
   }
 
@@ -76,6 +78,7 @@ class LimitSide final : public Side {
       if (*slot != kNone) continue;
       *slot = static_cast<uint32_t>(records_.size());
       records_.push_back({library_.track(number), number, static_cast<uint32_t>(texts_.size())});
+      by_artist_[library_.track(number).artist].push_back(number);
       texts_.insert(texts_.end(), ident.c_str(), ident.c_str() + ident.size() + 1);
       table_.grow(++used_, records_, texts_.data());
     }
@@ -105,6 +108,27 @@ class LimitSide final : public Side {
   uint32_t count() override { return static_cast<uint32_t>(records_.size()); }
 
   void run(Query query) override {
+    view_ = records_;
+    answer_from_view(query);
+  }
+
+  Numbers answer() override { return answer_; }
+
+  void write() override {
+    const size_t size = records_.size() * sizeof(Record);
+    bytes_.resize(size + texts_.size());
+    std::memcpy(bytes_.data(), records_.data(), size);
+    std::memcpy(bytes_.data() + size, texts_.data(), texts_.size());
+  }
+
+  // The bytes are the records: nothing needs to be read.
+  void start_from_bytes(Query query) override {
+    view_ = {reinterpret_cast<const Record*>(bytes_.data()), records_.size()};
+    answer_from_view(query);
+  }
+
+ private:
+  void answer_from_view(Query query) {
     switch (query) {
       case Query::kFilter:
         return filter();
@@ -126,32 +150,14 @@ class LimitSide final : public Side {
     }
   }
 
-  Numbers answer() override { return answer_; }
-
-  void write() override {
-    const size_t size = records_.size() * sizeof(Record);
-    bytes_.resize(size + texts_.size());
-    std::memcpy(bytes_.data(), records_.data(), size);
-    std::memcpy(bytes_.data() + size, texts_.data(), texts_.size());
-  }
-
-  void start_from_bytes(Query query) override {
-    const size_t size = records_.size() * sizeof(Record);
-    std::vector<Record> records(records_.size());
-    std::memcpy(records.data(), bytes_.data(), size);
-    std::vector<char> texts(bytes_.begin() + static_cast<ptrdiff_t>(size), bytes_.end());
-    records_.swap(records);
-    texts_.swap(texts);
-    run(query);
-  }
-
- private:
   void remove_ident(std::string_view ident) {
     uint32_t* const slot = table_.find(ident, records_, texts_.data());
     const uint32_t at = *slot;
     const char* const last = texts_.data() + records_.back().ident;
     *table_.find(last, records_, texts_.data()) = at;
     *slot = kErased;
+    Numbers& of_artist = by_artist_[records_[at].track.artist];
+    of_artist.erase(std::find(of_artist.begin(), of_artist.end(), records_[at].number));
     records_[at] = records_.back();
     records_.pop_back();
   }
@@ -162,7 +168,7 @@ class LimitSide final : public Side {
     const uint16_t a = questions.genres[0];
     const uint16_t b = questions.genres[1];
     const uint16_t decade = questions.decade;
-    for (const Record& record : records_) {
+    for (const Record& record : view_) {
       const Track& track = record.track;
       if ((track.plain_genre == a) | (track.plain_genre == b) | (track.decade == decade)) {
         visit(record);
@@ -187,7 +193,7 @@ class LimitSide final : public Side {
   void select_more_like() {
     uint32_t state = 7;
     scored_.clear();
-    for (const Record& record : records_) {
+    for (const Record& record : view_) {
       const Track& track = record.track;
       const int32_t mood = scores_.mood(track.moods, track.weights);
       if (mood < kSelects && scores_.genre(track.genre) < kSelects) continue;
@@ -203,7 +209,7 @@ class LimitSide final : public Side {
     uint32_t state = 7;
     std::vector<uint8_t> taken(library_.artist_count());
     scored_.clear();
-    for (const Record& record : records_) {
+    for (const Record& record : view_) {
       const Track& track = record.track;
       if (taken[track.artist] == 2) continue;
       ++taken[track.artist];
@@ -219,7 +225,7 @@ class LimitSide final : public Side {
       likeness[i] = name_score_(library_.artist(i).c_str());
     }
     scored_.clear();
-    for (const Record& record : records_) {
+    for (const Record& record : view_) {
       const int32_t score = likeness[record.track.artist];
       if (score != 0) scored_.push_back({score, record.number});
     }
@@ -228,11 +234,10 @@ class LimitSide final : public Side {
   }
 
   void names_equal() {
-    std::vector<bool> wanted(library_.artist_count());
-    for (const std::string& name : library_.questions().names) wanted[places_.at(name)] = true;
     answer_.clear();
-    for (const Record& record : records_) {
-      if (wanted[record.track.artist]) answer_.push_back(record.number);
+    for (const std::string& name : library_.questions().names) {
+      const Numbers& tracks = by_artist_[places_.at(name)];
+      answer_.insert(answer_.end(), tracks.begin(), tracks.end());
     }
   }
 
@@ -252,7 +257,9 @@ class LimitSide final : public Side {
   SeedScores scores_;
   NameScore name_score_;
   std::unordered_map<std::string_view, uint32_t> places_;  // of the artists, by name
+  std::vector<Numbers> by_artist_;
   std::vector<Record> records_;
+  std::span<const Record> view_;  // what is asked: the records, or their bytes
   std::vector<char> texts_;
   IdentTable table_;
   size_t used_ = 0;
