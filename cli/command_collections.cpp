@@ -125,7 +125,12 @@ ExitCode Export(const Arguments& arguments, Console& console) {
   const Store store = OpenStore(arguments, StoreUse::kRead, console);
   const Collection collection = RequireCollection(arguments.name);
   const std::string bytes = SerializeCollection(collection.get());
-  if (!arguments.dry_run) WriteCollectionFile(arguments.other, bytes);
+  if (arguments.dry_run) {
+    Say(fmt::format("{} would be written to {}: {} bytes", arguments.name, arguments.other,
+                    bytes.size()));
+  } else {
+    WriteCollectionFile(arguments.other, bytes);
+  }
   return kExitResults;
 }
 

@@ -376,6 +376,9 @@ TEST_F(test_cli_collections, collections_are_imported_renamed_exported_and_remov
     EXPECT_TRUE(Has(result.err, step.err)) << shown << result.err;
     EXPECT_TRUE(step.words.back() != "--dry-run" || Content(store_) == before) << shown;
   }
+  const RunResult dry = RunTrova({"collections", "export", "T", stream + "2", "--dry-run"});
+  EXPECT_TRUE(Has(dry.out, "T would be written to " + stream + "2: ")) << dry.out;
+  EXPECT_FALSE(fs::exists(stream + "2"));
   RunTrova({"collections", "export", "T", stream + "2"});
   EXPECT_TRUE(Content(stream) == Content(stream + "2"));
   EXPECT_TRUE(Has(RunOnTerminal({"collections", "rm", "T"}, "1", "n\n"), "nothing was changed"));
