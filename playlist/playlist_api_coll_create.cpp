@@ -9,8 +9,6 @@ namespace {
 
 const char kSource[] = "playlist_api_coll_create";
 
-using CollectionOwner = PlaylistOwner<Collection, playlist_collection_delete>;
-
 uint32_t build(Collection* collection) {
   collection->magic = kCollectionMagic;
   collection->refcount = 1;

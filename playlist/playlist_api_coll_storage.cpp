@@ -47,14 +47,10 @@ void record_release(trova_record* record) {
 void cursor_release(trova_cursor* cursor) {
   static_cast<void>(g_playlist_storage_interface->cursor_release(cursor));
 }
-void release_collection(Collection* collection) {
-  static_cast<void>(playlist_collection_release(collection));
-}
 
 using StoreOwner = PlaylistOwner<trova_store, store_release>;
 using RecordOwner = PlaylistOwner<trova_record, record_release>;
 using CursorOwner = PlaylistOwner<trova_cursor, cursor_release>;
-using CollectionOwner = PlaylistOwner<Collection, release_collection>;
 using BlockOwner = PlaylistOwner<char, vrel_memory_free>;
 using TextOwner = PlaylistOwner<char, vrel_string_free>;
 

@@ -231,11 +231,6 @@ class StreamReader {
   msgpack_unpacked item_;
 };
 
-void release_collection(Collection* collection) {
-  static_cast<void>(playlist_collection_release(collection));
-}
-using CollectionOwner = PlaylistOwner<Collection, release_collection>;
-
 // A collection that is being read.
 struct Reading {
   StreamReader reader;

@@ -95,6 +95,7 @@ void playlist_collection_delete(Collection* collection);
 // Counts references. The release that reaches zero deletes, without asking the handle manager.
 uint32_t playlist_collection_addref(Collection* collection);
 uint32_t playlist_collection_release(Collection* collection);
+using CollectionOwner = PlaylistOwner<Collection, playlist_collection_release>;
 
 // As playlist_collection_release, and takes the handle out of the handle manager before the
 // collection goes: for references that may outlive the application's.
