@@ -7,6 +7,7 @@
 #include <random>
 #include <sstream>
 
+#include "dice.h"
 #include "model.h"
 #include "trova_playlist.h"
 
@@ -76,16 +77,13 @@ const std::map<std::string, Strings> kGrammar = {
                "*",       "and",      std::string(310, 'x')}}};
 
 // One start of the library: its lists, its attributes, a collection and the model of that.
-class World {
+class World : private Dice {
  public:
-  explicit World(uint32_t seed) : random_(seed) {
+  explicit World(uint32_t seed) : Dice(seed) {
     mock().reset();
     fill_lists();
     EXPECT_EQ(trova_playlist_initialize(mock().manager()), 0u);
-    const char* name = nullptr;
-    for (uint32_t i = 0; trova_playlist_attributes_enum(i, &name) == 0; ++i) {
-      registry_.emplace_back(std::string(name));
-    }
+    registry_ = registered_attributes();
     register_customs();
     EXPECT_EQ(trova_playlist_collection_create("c", &library_), 0u);
     model_ = std::make_unique<Collection>(registry_);
@@ -117,11 +115,7 @@ class World {
     bool operator==(const Answer&) const = default;
   };
 
-  uint32_t below(uint32_t n) { return static_cast<uint32_t>(random_() % n); }
-  bool chance(uint32_t percent) { return below(100) < percent; }
-  const std::string& pick(const Strings& from) {
-    return from[below(static_cast<uint32_t>(from.size()))];
-  }
+  const std::string& pick(const Strings& from) { return Dice::pick(from); }
 
   void fill_lists() {
     auto& lists = mock().lists;
@@ -329,25 +323,14 @@ class World {
     return text;
   }
 
-  std::mt19937 random_;
   std::vector<model::Attribute> registry_;
   trova_playlist_collection* library_ = nullptr;
   std::unique_ptr<Collection> model_;
 };
 
-uint32_t setting(const char* name, uint32_t otherwise) {
-  const char* text = std::getenv(name);
-  return text == nullptr ? otherwise : static_cast<uint32_t>(std::strtoul(text, nullptr, 10));
-}
-
 }  // namespace
 
 TEST(ModelRandom, library_and_model_answer_alike) {
   constexpr uint32_t kPerWorld = 20;
-  uint32_t seed = setting("TROVA_MODEL_SEED", 1);
-  for (uint32_t left = setting("TROVA_MODEL_CASES", 8000); left >= kPerWorld; left -= kPerWorld) {
-    SCOPED_TRACE("TROVA_MODEL_SEED=" + std::to_string(seed));
-    World(seed++).run(kPerWorld);
-    if (HasFailure()) return;
-  }
+  for_each_seed(8000, kPerWorld, [](uint32_t seed) { World(seed).run(kPerWorld); });
 }

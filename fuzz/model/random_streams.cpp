@@ -10,6 +10,7 @@
 #include <random>
 #include <sstream>
 
+#include "dice.h"
 #include "model_stream.h"
 #include "trova_playlist.h"
 
@@ -102,16 +103,13 @@ struct ViewPair {
 };
 
 // One start of the library: its lists, its attributes, and what is done to a collection.
-class World {
+class World : private Dice {
  public:
-  explicit World(uint32_t seed) : random_(seed) {
+  explicit World(uint32_t seed) : Dice(seed) {
     mock().reset();
     fill_lists();
     EXPECT_EQ(trova_playlist_initialize(mock().manager()), 0u);
-    const char* name = nullptr;
-    for (uint32_t i = 0; trova_playlist_attributes_enum(i, &name) == 0; ++i) {
-      registry_.emplace_back(std::string(name));
-    }
+    registry_ = registered_attributes();
     register_customs();
   }
 
@@ -140,12 +138,6 @@ class World {
   }
 
  private:
-  uint32_t below(uint32_t n) { return static_cast<uint32_t>(random_() % n); }
-  bool chance(uint32_t percent) { return below(100) < percent; }
-  template <class T>
-  const T& pick(const std::vector<T>& from) {
-    return from[below(static_cast<uint32_t>(from.size()))];
-  }
   std::string text_of(uint32_t length) {
     std::string text;
     while (text.size() < length) {
@@ -468,7 +460,7 @@ class World {
     const uint32_t what = below(7);
     if (what == 0) section.clear();
     if (what == 1) section.resize(below(static_cast<uint32_t>(section.size()) + 1));
-    if (what == 2) std::shuffle(sections->begin() + below(2), sections->end(), random_);
+    if (what == 2) std::shuffle(sections->begin() + below(2), sections->end(), engine());
     if (what == 3) sections->push_back(Items(section));
     if (what == 4) sections->push_back(odd_table());
     if (what == 5) sections->insert(sections->begin() + below(count), extra_attribute());
@@ -644,7 +636,7 @@ class World {
       }
     }
     for (uint32_t n = below(4); n > 0; --n) idents.push_back(random_ident());
-    std::shuffle(idents.begin(), idents.end(), random_);
+    std::shuffle(idents.begin(), idents.end(), engine());
     if (chance(15)) idents.clear();
     for (const std::string& ident : idents) {
       EXPECT_EQ(apply({Change::report, ident}, pair->library), 0u);
@@ -741,25 +733,14 @@ class World {
     view->model.has_locale = !refuses;
   }
 
-  std::mt19937 random_;
   // Beyond 1024 entries the library may leave equals in another order than the model.
   int many_left_ = 3;
   std::vector<model::Attribute> registry_;
   std::vector<ViewPair> views_;
 };
 
-uint32_t setting(const char* name, uint32_t otherwise) {
-  const char* text = std::getenv(name);
-  return text == nullptr ? otherwise : static_cast<uint32_t>(std::strtoul(text, nullptr, 10));
-}
-
 }  // namespace
 
 TEST(ModelRandom, library_and_model_read_and_write_alike) {
-  uint32_t seed = setting("TROVA_MODEL_SEED", 1);
-  for (uint32_t left = setting("TROVA_MODEL_CASES", 300); left > 0; --left) {
-    SCOPED_TRACE("TROVA_MODEL_SEED=" + std::to_string(seed));
-    World(seed++).run();
-    if (HasFailure()) return;
-  }
+  for_each_seed(300, 1, [](uint32_t seed) { World(seed).run(); });
 }
