@@ -3,6 +3,7 @@
 
 #include <string.h>
 
+#include "vrel_counts_private.h"
 #include "vrel_memory.h"
 
 // A page must be able to give away a half and keep one.
@@ -14,15 +15,13 @@ struct Page {
   uint32_t count;  // 1 to per_page
 };
 
-// `tree` is a Fenwick tree over the counts of the pages: for i from 1 on, tree[i] is the sum of the
-// counts of the (i & -i) pages that end with page i - 1.
 struct vrel_pages {
   uint32_t element_size;
   uint32_t per_page;  // the most elements that a page holds
   uint32_t page_count;
   uint32_t room;  // pages for which `list` has room, and `tree` for one more
   Page* list;
-  uint32_t* tree;
+  uint32_t* tree;  // of the counts of the pages, as in vrel_counts_private.h
 };
 
 // An element's place. An offset equal to the page's count is the place behind its last element.
@@ -39,43 +38,18 @@ static size_t _vrel_pages_bytes(const vrel_pages* pages, uint32_t count) {
   return size_t{count} * pages->element_size;
 }
 
-// ---- The tree ----
-
-static void _vrel_pages_tree_add(vrel_pages* pages, uint32_t page, uint32_t change) {
-  for (uint32_t i = page + 1; i <= pages->page_count; i += i & (0u - i)) pages->tree[i] += change;
-}
-
 // After pages came, went or changed places.
 static void _vrel_pages_tree_build(vrel_pages* pages) {
-  const uint32_t count = pages->page_count;
-  for (uint32_t i = 1; i <= count; ++i) pages->tree[i] = pages->list[i - 1].count;
-  for (uint32_t i = 1; i <= count; ++i) {
-    const uint32_t parent = i + (i & (0u - i));
-    if (parent <= count) pages->tree[parent] += pages->tree[i];
-  }
+  _vrel_counts_build(pages->tree, pages->page_count,
+                     [=](uint32_t page) { return pages->list[page].count; });
 }
 
 // The place of element `index`; for the count, the one behind the last element. There must be a
 // page.
 static Place _vrel_pages_locate(const vrel_pages* pages, uint32_t index) {
-  uint32_t passed = 0;  // pages that lie in front of the element
-  for (uint32_t bit = 0x80000000u >> __builtin_clz(pages->page_count); bit != 0; bit /= 2) {
-    // Every second step is taken and no processor can guess which, so there is no branch here.
-    const uint32_t next = passed + bit;
-    const uint32_t sum = next <= pages->page_count ? pages->tree[next] : UINT32_MAX;
-    const uint32_t taken = 0u - static_cast<uint32_t>(sum <= index);
-    passed += bit & taken;
-    index -= sum & taken;
-  }
-  if (passed < pages->page_count) return {passed, index};
-  return {passed - 1, pages->list[passed - 1].count};
-}
-
-// How many elements lie in front of the page.
-static uint32_t _vrel_pages_start(const vrel_pages* pages, uint32_t page) {
-  uint32_t sum = 0;
-  for (uint32_t i = page; i > 0; i -= i & (0u - i)) sum += pages->tree[i];
-  return sum;
+  const uint32_t page = _vrel_counts_locate(pages->tree, pages->page_count, &index);
+  if (page < pages->page_count) return {page, index};
+  return {page - 1, pages->list[page - 1].count};
 }
 
 // ---- The list of pages ----
@@ -204,7 +178,7 @@ bool vrel_pages_insert(vrel_pages* pages, uint32_t index, const void* element) {
   if (pages->page_count > 0) place = _vrel_pages_insert_place(pages, index);
   if (pages->page_count > 0 && pages->list[place.page].count < pages->per_page) {
     _vrel_pages_put(pages, place, element);
-    _vrel_pages_tree_add(pages, place.page, 1);
+    _vrel_counts_add(pages->tree, pages->page_count, place.page, 1);
     return true;
   }
   if (!_vrel_pages_make_room(pages, &place)) return false;
@@ -242,7 +216,7 @@ uint32_t vrel_pages_rank(const vrel_pages* pages, vrel_pages_compare compare, co
       left = half;
     }
   }
-  return _vrel_pages_start(pages, page) + below;
+  return _vrel_counts_before(pages->tree, page) + below;
 }
 
 // Takes up to `count` elements out of one page; returns how many.
@@ -284,7 +258,7 @@ void vrel_pages_erase(vrel_pages* pages, uint32_t index, uint32_t count) {
   const uint32_t reach = end < pages_before ? end + 1 : end;
   _vrel_pages_drop_empty(pages, first.page, reach);
   if (end == first.page + 1 && pages->page_count == pages_before) {
-    _vrel_pages_tree_add(pages, first.page, 0u - cut);
+    _vrel_counts_add(pages->tree, pages->page_count, first.page, 0u - cut);
   } else {
     _vrel_pages_tree_build(pages);
   }

@@ -7,8 +7,10 @@
 
 #include "vrel_error.h"
 #include "vrel_hash_private.h"
+#include "vrel_hashindex.h"
 #include "vrel_layout.h"
 #include "vrel_memory.h"
+#include "vrel_radix.h"
 #include "vrel_vector2.h"
 
 static const char kSource[] = "vrel_stringtable";
@@ -50,12 +52,6 @@ struct Text {
   const Chunk* chunks() const { return reinterpret_cast<const Chunk*>(this + 1); }
 };
 
-struct IndexEntry {
-  uint32_t hash;
-  uint32_t id;
-};
-static_assert(sizeof(IndexEntry) == 8 && offsetof(IndexEntry, id) == 4, "two words");
-
 struct Hole {
   uint32_t offset;
   uint32_t length;  // of the string that was removed from there first
@@ -67,7 +63,7 @@ struct vrel_stringtable {
   uint32_t reserved;
   uint32_t flags;
   uint32_t count;
-  vrel_vector2* index;      // of IndexEntry, sorted by hash
+  vrel_hashindex* index;
   std::atomic<Text*> text;  // null while there is none
   vrel_vector2* holes;      // of Hole, sorted by offset, one for each; null before the first
   uint32_t last_room;       // bytes free behind the text, in its last chunk
@@ -206,27 +202,6 @@ static uint32_t _vrel_stringtable_open_chunk(vrel_stringtable* table, uint32_t n
   return 0;
 }
 
-// ---- The index ----
-
-static int32_t _vrel_stringtable_compare_hash(const void* a, const void* b, uint32_t) {
-  const uint32_t hash_a = static_cast<const IndexEntry*>(a)->hash;
-  const uint32_t hash_b = static_cast<const IndexEntry*>(b)->hash;
-  return (hash_a > hash_b) - (hash_a < hash_b);
-}
-
-// Hashes stand for strings here: nobody compares the strings.
-static uint32_t _vrel_stringtable_find_hash(const vrel_stringtable* table, uint32_t hash,
-                                            uint32_t* out_id) {
-  const IndexEntry wanted = {hash, 0};
-  uint32_t place = 0;
-  uint32_t error = vrel_vector2_find(table->index, &wanted, &place);
-  if (error != 0) return error;
-  void* entry = nullptr;
-  error = vrel_vector2_getindex(table->index, place, &entry);
-  if (error == 0) *out_id = static_cast<const IndexEntry*>(entry)->id;
-  return error;
-}
-
 // ---- Holes ----
 
 static int32_t _vrel_stringtable_compare_offset(const void* a, const void* b, uint32_t) {
@@ -274,11 +249,10 @@ uint32_t vrel_stringtable_create(vrel_stringtable** out, uint32_t flags) {
   if (out == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
   auto* table = static_cast<vrel_stringtable*>(vrel_memory_calloc(1, sizeof(vrel_stringtable)));
   if (table == nullptr) return VREL_LOG_HERE(kVrelNoMemory);
-  const uint32_t error = vrel_vector2_create(&table->index, sizeof(IndexEntry), kVrelSorted,
-                                             _vrel_stringtable_compare_hash, nullptr);
-  if (error != 0) {
+  table->index = vrel_hashindex_create();
+  if (table->index == nullptr) {
     vrel_memory_free(table);
-    return VREL_LOG_HERE(error);
+    return VREL_LOG_HERE(kVrelNoMemory);
   }
   table->flags = flags;
   table->magic = kMagic;
@@ -289,7 +263,7 @@ uint32_t vrel_stringtable_create(vrel_stringtable** out, uint32_t flags) {
 uint32_t vrel_stringtable_delete(vrel_stringtable* table) {
   ENTER(table);
   _vrel_stringtable_drop_holes(table);
-  (void)vrel_vector2_delete(table->index);
+  vrel_hashindex_delete(table->index);
   Kept* kept = table->kept;
   while (kept != nullptr) {
     Kept* const next = kept->next;
@@ -303,13 +277,25 @@ uint32_t vrel_stringtable_delete(vrel_stringtable* table) {
 
 // ---- Add, find, remove ----
 
+// A string that is looked up or added.
+struct Wanted {
+  const char* string;
+  size_t length;
+  uint32_t hash;
+};
+
+static Wanted _vrel_stringtable_wanted(const char* string) {
+  const size_t length = strlen(string);
+  return {string, length, _vrel_hash_bytes(string, length)};
+}
+
 // Writes a string behind the text's end, where no reader looks yet. `*out_length` is the text's
 // length with it.
-static uint32_t _vrel_stringtable_write_behind(vrel_stringtable* table, const char* string,
+static uint32_t _vrel_stringtable_write_behind(vrel_stringtable* table, const Wanted& wanted,
                                                uint32_t* out_id, uint32_t* out_length) {
   const uint32_t length =
       _vrel_stringtable_text_length(table->text.load(std::memory_order_relaxed));
-  const size_t size = strlen(string) + 1;
+  const size_t size = wanted.length + 1;
   const uint32_t lead = length == 0 ? 1 : 0;  // the zero byte that opens every text
   if (size > UINT32_MAX - lead - length) return kVrelNoMemory;
   const uint32_t needed = static_cast<uint32_t>(size) + lead;
@@ -320,36 +306,41 @@ static uint32_t _vrel_stringtable_write_behind(vrel_stringtable* table, const ch
   const Text* text = table->text.load(std::memory_order_relaxed);
   char* to = _vrel_stringtable_at(text, length);
   if (lead != 0) *to++ = '\0';
-  memcpy(to, string, size);
+  memcpy(to, wanted.string, size);
   *out_id = length + lead;
   *out_length = length + needed;
   return 0;
 }
 
-static uint32_t _vrel_stringtable_intern(vrel_stringtable* table, const char* string, uint32_t hash,
-                                         uint32_t* out_id) {
-  IndexEntry entry = {hash, 0};
+// `place` is what the search for the hash, which found nothing, said.
+static uint32_t _vrel_stringtable_intern(vrel_stringtable* table, const Wanted& wanted,
+                                         vrel_hashindex_place place, uint32_t* out_id) {
+  uint32_t id = 0;
   uint32_t length = 0;
-  uint32_t error = _vrel_stringtable_write_behind(table, string, &entry.id, &length);
-  if (error == 0) error = vrel_vector2_add(table->index, &entry, sizeof(entry), nullptr);
+  const uint32_t error = _vrel_stringtable_write_behind(table, wanted, &id, &length);
   if (error != 0) return error;
+  if (!vrel_hashindex_insert(table->index, place, {wanted.hash, id})) return kVrelNoMemory;
   Text* text = table->text.load(std::memory_order_relaxed);
   table->last_room -= length - text->length.load(std::memory_order_relaxed);
   text->length.store(length, std::memory_order_release);
   ++table->count;
-  *out_id = entry.id;
+  *out_id = id;
   return 0;
 }
 
+// Hashes stand for strings here: nobody compares the strings.
 uint32_t vrel_stringtable_add_value(vrel_stringtable* table, const char* string, uint32_t* out_id) {
   if (_vrel_stringtable_no_string(string) || out_id == nullptr) {
     return VREL_LOG_HERE(kVrelInvalidArg);
   }
   ENTER(table);
-  const uint32_t hash = _vrel_hash(string);
-  const uint32_t error = _vrel_stringtable_find_hash(table, hash, out_id);
-  if (error != kVrelNotFound) return VREL_LOG_HERE(error);
-  return VREL_LOG_HERE(_vrel_stringtable_intern(table, string, hash, out_id));
+  const Wanted wanted = _vrel_stringtable_wanted(string);
+  vrel_hashindex_place place = {};
+  if (!vrel_hashindex_find(table->index, wanted.hash, &place)) {
+    return VREL_LOG_HERE(_vrel_stringtable_intern(table, wanted, place, out_id));
+  }
+  *out_id = vrel_hashindex_id(table->index, place);
+  return 0;
 }
 
 uint32_t vrel_stringtable_get_value(const vrel_stringtable* table, uint32_t id,
@@ -369,7 +360,10 @@ uint32_t vrel_stringtable_get_value_ref(const vrel_stringtable* table, const cha
     return VREL_LOG_HERE(kVrelInvalidArg);
   }
   ENTER(table);
-  return VREL_LOG_HERE(_vrel_stringtable_find_hash(table, _vrel_hash(string), out_id));
+  vrel_hashindex_place place = {};
+  if (!vrel_hashindex_find(table->index, _vrel_hash(string), &place)) return kVrelNotFound;
+  *out_id = vrel_hashindex_id(table->index, place);
+  return 0;
 }
 
 // True where a string can start: behind a zero byte.
@@ -425,7 +419,7 @@ static void _vrel_stringtable_publish(vrel_stringtable* table, Text* text, char*
 
 // Forgets everything but the text.
 static void _vrel_stringtable_forget(vrel_stringtable* table) {
-  (void)vrel_vector2_clear(table->index);
+  vrel_hashindex_clear(table->index);
   _vrel_stringtable_drop_holes(table);
   table->count = 0;
 }
@@ -438,87 +432,123 @@ uint32_t vrel_stringtable_clear(vrel_stringtable* table) {
   return 0;
 }
 
-// Goes over a text in one piece and finds its strings and holes.
+// Goes over a text in one piece, which ends in a zero byte, and finds its strings and holes.
 struct TextScan {
   const char* bytes;
   uint32_t length;
   uint32_t position;
 };
 
-// The next string (`length` 0 stands for it) or hole; false at the end. The string right behind a
-// run of zero bytes is stepped over: it keeps its id and can be read, but nobody finds it by its
-// text, and adding it again gives it a second id.
-static bool _vrel_stringtable_scan_next(TextScan* scan, Hole* out) {
-  uint32_t at = scan->position;
-  const uint32_t length = scan->length;
+// A string, or a hole of `zeros` bytes.
+struct Found {
+  uint32_t offset;
+  uint32_t length;  // of the string
+  uint32_t zeros;
+};
+
+static uint32_t _vrel_stringtable_string_end(const TextScan& scan, uint32_t from) {
+  const void* end = memchr(scan.bytes + from, '\0', scan.length - from);
+  return static_cast<uint32_t>(static_cast<const char*>(end) - scan.bytes);
+}
+
+// The next string or hole; false at the end. The string right behind a run of zero bytes is stepped
+// over: it keeps its id and can be read, but nobody finds it by its text, and adding it again gives
+// it a second id.
+static bool _vrel_stringtable_scan_next(TextScan* scan, Found* out) {
   while (true) {
-    while (at < length && scan->bytes[at] != '\0') ++at;
-    if (length - at < 2) return false;
-    const uint32_t start = at + 1;
-    at = start;
-    while (at < length && scan->bytes[at] == '\0') ++at;
-    if (at == length) return false;
+    const uint32_t start = _vrel_stringtable_string_end(*scan, scan->position) + 1;
+    if (start >= scan->length) return false;
+    uint32_t at = start;
+    while (at < scan->length && scan->bytes[at] == '\0') ++at;
+    if (at == scan->length) return false;
     scan->position = at;
     const uint32_t zeros = at - start;
-    *out = {start, zeros};
-    if (zeros == 0 || zeros >= kLeastHole) return true;
-  }
-}
-
-static uint32_t _vrel_stringtable_count_strings(TextScan scan) {
-  uint32_t count = 0;
-  Hole found = {};
-  while (_vrel_stringtable_scan_next(&scan, &found)) count += found.length == 0 ? 1 : 0;
-  return count;
-}
-
-// Enters every string into the index, at its sorted place or at the end, and every hole into the
-// holes. Goes on after a failure; returns the last one.
-static uint32_t _vrel_stringtable_index_text(vrel_stringtable* table, TextScan scan, bool sorted) {
-  uint32_t last_error = 0;
-  Hole found = {};
-  table->count = 0;
-  while (_vrel_stringtable_scan_next(&scan, &found)) {
-    uint32_t error = 0;
-    if (found.length > 0) {
-      error = _vrel_stringtable_add_hole(table, found);
-    } else {
-      const IndexEntry entry = {_vrel_hash(scan.bytes + found.offset), found.offset};
-      error = sorted ? vrel_vector2_add(table->index, &entry, sizeof(entry), nullptr)
-                     : vrel_vector2_append_n(table->index, &entry, 1, sizeof(entry));
-      if (error == 0) ++table->count;
+    if (zeros == 0) {
+      scan->position = _vrel_stringtable_string_end(*scan, start);
+      *out = {start, scan->position - start, 0};
+      return true;
     }
-    if (error != 0) last_error = error;
+    if (zeros < kLeastHole) continue;
+    *out = {start, 0, zeros};
+    return true;
   }
+}
+
+static vrel_hashindex_entry _vrel_stringtable_entry_of(const TextScan& scan, const Found& found) {
+  return {_vrel_hash_bytes(scan.bytes + found.offset, found.length), found.offset};
+}
+
+// Calls visit(Found) for each string and hole.
+template <typename Visit>
+static void _vrel_stringtable_scan(TextScan scan, Visit visit) {
+  Found found = {};
+  while (_vrel_stringtable_scan_next(&scan, &found)) visit(found);
+}
+
+// Enters every hole, and goes on after a failure. `*out_strings` is how many strings there are.
+// Returns the last failure.
+static uint32_t _vrel_stringtable_find_holes(vrel_stringtable* table, TextScan scan,
+                                             uint32_t* out_strings) {
+  uint32_t last_error = 0;
+  uint32_t strings = 0;
+  _vrel_stringtable_scan(scan, [&](const Found& found) {
+    if (found.zeros == 0) {
+      ++strings;
+      return;
+    }
+    const uint32_t error = _vrel_stringtable_add_hole(table, {found.offset, found.zeros});
+    if (error != 0) last_error = error;
+  });
+  *out_strings = strings;
   return last_error;
 }
 
-static bool _vrel_stringtable_has_equal_hashes(const vrel_stringtable* table) {
-  void* first = nullptr;
-  uint32_t run = 0;
-  const IndexEntry* previous = nullptr;
-  for (uint32_t i = 0; vrel_vector2_span(table->index, i, &first, &run) == 0; i += run) {
-    const auto* entries = static_cast<const IndexEntry*>(first);
-    for (uint32_t k = 0; k < run; ++k) {
-      if (previous != nullptr && previous->hash == entries[k].hash) return true;
-      previous = entries + k;
-    }
+static bool _vrel_stringtable_has_equal_hashes(const vrel_hashindex_entry* entries,
+                                               uint32_t count) {
+  for (uint32_t i = 1; i < count; ++i) {
+    if (entries[i - 1].hash == entries[i].hash) return true;
   }
   return false;
 }
 
-// Sorting once gives the order of sorted insertion, as long as all hashes differ. Where some are
-// equal the order in which they came decides, and they are inserted one by one.
+// Fills the index with all strings at once. False, and it stays empty, when memory is short, and
+// when some hashes are equal: then the order in which they came decides who is found.
+static bool _vrel_stringtable_index_at_once(vrel_stringtable* table, TextScan scan,
+                                            uint32_t count) {
+  using Entry = vrel_hashindex_entry;
+  if (count > SIZE_MAX / (2 * sizeof(Entry))) return false;
+  auto* entries = static_cast<Entry*>(vrel_memory_alloc(size_t{count} * 2 * sizeof(Entry)));
+  if (entries == nullptr) return false;
+  Entry* next = entries;
+  _vrel_stringtable_scan(scan, [&](const Found& found) {
+    if (found.zeros == 0) *next++ = _vrel_stringtable_entry_of(scan, found);
+  });
+  vrel_radix_sort(entries, entries + count, count, [](const Entry& entry) { return entry.hash; });
+  const bool done = !_vrel_stringtable_has_equal_hashes(entries, count) &&
+                    vrel_hashindex_fill(table->index, entries, count);
+  vrel_memory_free(entries);
+  return done;
+}
+
+// Enters every string at its sorted place, and goes on after a failure. Returns the last one.
+static uint32_t _vrel_stringtable_index_one_by_one(vrel_stringtable* table, TextScan scan) {
+  uint32_t last_error = 0;
+  _vrel_stringtable_scan(scan, [&](const Found& found) {
+    if (found.zeros != 0) return;
+    const vrel_hashindex_entry entry = _vrel_stringtable_entry_of(scan, found);
+    if (!vrel_hashindex_insert_equal(table->index, entry)) last_error = kVrelNoMemory;
+  });
+  return last_error;
+}
+
 static uint32_t _vrel_stringtable_build_index(vrel_stringtable* table, TextScan scan) {
-  // Only saves growing: without the memory for it, growing fails in its own place.
-  (void)vrel_vector2_set_min_size(table->index, _vrel_stringtable_count_strings(scan));
-  uint32_t error = _vrel_stringtable_index_text(table, scan, false);
-  const uint32_t sort_error = vrel_vector2_sort(table->index, _vrel_stringtable_compare_hash, 0);
-  if (sort_error != 0) return sort_error;
-  if (_vrel_stringtable_has_equal_hashes(table)) {
-    (void)vrel_vector2_clear(table->index);
-    error = _vrel_stringtable_index_text(table, scan, true);
+  uint32_t strings = 0;
+  uint32_t error = _vrel_stringtable_find_holes(table, scan, &strings);
+  if (!_vrel_stringtable_index_at_once(table, scan, strings)) {
+    const uint32_t index_error = _vrel_stringtable_index_one_by_one(table, scan);
+    if (index_error != 0) error = index_error;
   }
+  table->count = vrel_hashindex_count(table->index);
   return error;
 }
 
@@ -594,10 +624,10 @@ uint32_t vrel_stringtable_enum(const vrel_stringtable* table, uint32_t index, ui
                                const char** out_string) {
   if (out_id == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
   ENTER(table);
-  void* entry = nullptr;
-  uint32_t error = vrel_vector2_getindex(table->index, index, &entry);
-  if (error != 0) return VREL_LOG_HERE(error);
-  const uint32_t id = static_cast<const IndexEntry*>(entry)->id;
+  if (index >= vrel_hashindex_count(table->index)) return kVrelOutOfRange;
+  uint32_t run = 0;
+  const uint32_t id = vrel_hashindex_span(table->index, index, &run)->id;
+  uint32_t error = 0;
   if (out_string != nullptr) error = vrel_stringtable_get_value(table, id, out_string);
   if (error == 0) *out_id = id;
   return error;
