@@ -32,27 +32,47 @@ VREL_LAYOUT_FIELD(CaptureContext, collection, 4);
 VREL_LAYOUT_FIELD(CaptureContext, attrinfo, 8);
 VREL_LAYOUT_FIELD(CaptureContext, ident, 12);
 
-uint32_t append_value(CaptureContext* context, uint32_t kind, uint32_t value) {
-  ValueEntry entry = {kind, value, 0};
-  PL_TRY(playlist_collection_intern_ident(context->collection, context->ident, &entry.ident));
-  return vrel_vector2_add(context->attrinfo->values, &entry, sizeof entry, nullptr);
+// One trova_playlist_collection_ident_add(). All its values are the same ident's, which is looked
+// up for the first of them.
+struct Capture {
+  CaptureContext context;
+  uint32_t ident;  // id; 0 until a value was captured
+};
+static_assert(offsetof(Capture, context) == 0, "attributes hand the context's address back");
+
+uint32_t intern_ident(Capture* capture, uint32_t* out_id) {
+  const CaptureContext& context = capture->context;
+  if (capture->ident == 0) {
+    PL_TRY(playlist_collection_intern_ident(context.collection, context.ident, &capture->ident));
+  } else {
+    // An attribute may remove the ident that it captures.
+    PL_TRY(playlist_collection_revive_ident(context.collection, capture->ident, context.ident));
+  }
+  *out_id = capture->ident;
+  return 0;
 }
 
-uint32_t append_string(CaptureContext* context, const char* text) {
+uint32_t append_value(Capture* capture, uint32_t kind, uint32_t value) {
+  ValueEntry entry = {kind, value, 0};
+  PL_TRY(intern_ident(capture, &entry.ident));
+  return vrel_vector2_add(capture->context.attrinfo->values, &entry, sizeof entry, nullptr);
+}
+
+uint32_t append_string(Capture* capture, const char* text) {
   uint32_t value = 0;
-  PL_TRY(vrel_stringtable_add_value(context->collection->values, text, &value));
-  return append_value(context, kValueString, value);
+  PL_TRY(vrel_stringtable_add_value(capture->context.collection->values, text, &value));
+  return append_value(capture, kValueString, value);
 }
 
 uint32_t _playlist_coll_set_integer_data(void* writer, uint32_t value) {
   PL_REQUIRE(playlist_check_handle(kSetIntegerContextLine, kSource, writer, kCaptureMagic));
-  const uint32_t code = append_value(static_cast<CaptureContext*>(writer), kValueInteger, value);
+  const uint32_t code = append_value(static_cast<Capture*>(writer), kValueInteger, value);
   return vrel_log_error(kSetIntegerFailedLine, kSource, code);
 }
 
 uint32_t _playlist_coll_set_string_data(void* writer, const char* value) {
   PL_REQUIRE(playlist_check_handle(kSetStringContextLine, kSource, writer, kCaptureMagic));
-  const uint32_t code = append_string(static_cast<CaptureContext*>(writer), value);
+  const uint32_t code = append_string(static_cast<Capture*>(writer), value);
   return vrel_log_error(kSetStringFailedLine, kSource, code);
 }
 
@@ -61,7 +81,8 @@ constexpr trova_playlist_capture_callbacks kCaptureCallbacks = {_playlist_coll_s
 
 // Lets every attribute read the data object. What a single attribute answers is not looked at: one
 // that finds nothing, or fails, must not keep the others from capturing. Caller holds the lock.
-void capture_all(CaptureContext* context, trova_gdo* data) {
+void capture_all(Capture* capture, trova_gdo* data) {
+  CaptureContext* const context = &capture->context;
   uint32_t count = 0;
   static_cast<void>(vrel_hashtable_count(context->collection->attributes, &count));
   static_cast<void>(g_playlist_handlemanager_interface->handle_add(context));
@@ -117,12 +138,16 @@ uint32_t playlist_collection_intern_ident(Collection* collection, const char* id
                                           uint32_t* out_id) {
   uint32_t id = 0;
   PL_TRY(vrel_stringtable_add_value(collection->idents, ident, &id));
-  // A removed ident comes back under its old id, whose text was blanked.
+  PL_TRY(playlist_collection_revive_ident(collection, id, ident));
+  *out_id = id;
+  return 0;
+}
+
+uint32_t playlist_collection_revive_ident(Collection* collection, uint32_t id, const char* ident) {
   const char* text = nullptr;
   PL_TRY(vrel_stringtable_get_value(collection->idents, id, &text));
   if (*text == '\0')
     static_cast<void>(vrel_stringtable_restore_value(collection->idents, id, ident));
-  *out_id = id;
   return 0;
 }
 
@@ -149,12 +174,12 @@ uint32_t trova_playlist_collection_ident_add(trova_playlist_collection* collecti
   PL_REQUIRE(playlist_check_handle(kAddCollectionLine, kSource, collection, kCollectionMagic));
   PL_REQUIRE(playlist_check_object(kAddDataLine, kSource, data));
 
-  CaptureContext context = {kCaptureMagic, collection, nullptr, ident};
+  Capture capture = {{kCaptureMagic, collection, nullptr, ident}, 0};
   {
     CollectionLock lock(collection);
-    capture_all(&context, data);
+    capture_all(&capture, data);
   }
-  PL_RETURN(g_playlist_handlemanager_interface->handle_remove(&context));
+  PL_RETURN(g_playlist_handlemanager_interface->handle_remove(&capture.context));
 }
 
 uint32_t trova_playlist_collection_ident_exists(trova_playlist_collection* collection,

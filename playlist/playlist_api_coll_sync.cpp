@@ -2,11 +2,16 @@
 #include "playlist_collection.h"
 #include "playlist_error.h"
 #include "playlist_owner.h"
+#include "vrel_memory.h"
+#include "vrel_radix.h"
 #include "vrel_string.h"
 
 namespace {
 
 const char kSource[] = "playlist_api_coll_sync";
+
+// Ids that are copied at a time.
+constexpr uint32_t kBatch = 256;
 
 void delete_strings(vrel_stringtable* table) {
   static_cast<void>(vrel_stringtable_delete(table));
@@ -69,8 +74,7 @@ uint32_t report_ident(Collection* collection, const char* ident) {
   return vrel_stringtable_add_value(collection->sync_new, ident, &id);
 }
 
-// Adds the id of every ident of the collection, once, and sorts. Then a run of one id tells how
-// often it was reported: its length less one.
+// Adds the id of every ident of the collection, once.
 uint32_t add_held_ids(Collection* collection, vrel_vector2* ids) {
   uint32_t reported = 0;
   uint32_t held = 0;
@@ -78,12 +82,50 @@ uint32_t add_held_ids(Collection* collection, vrel_vector2* ids) {
   PL_TRY(vrel_stringtable_count(collection->idents, &held));
   if (held > UINT32_MAX - reported) return PLERR_NoMemory;
   PL_TRY(vrel_vector2_set_min_size(ids, reported + held));
-  for (uint32_t i = 0; i < held; ++i) {
-    uint32_t id = 0;
-    if (vrel_stringtable_enum(collection->idents, i, &id, nullptr) != 0) continue;
-    PL_TRY(vrel_vector2_append_n(ids, &id, 1, sizeof id));
+  uint32_t batch[kBatch];
+  for (uint32_t first = 0; first < held; first += kBatch) {
+    const uint32_t count = held - first < kBatch ? held - first : kBatch;
+    PL_TRY(vrel_stringtable_copy_ids(collection->idents, first, count, batch));
+    PL_TRY(vrel_vector2_append_n(ids, batch, count, sizeof batch[0]));
   }
-  return vrel_vector2_sort(ids, compare_ids, 0);
+  return 0;
+}
+
+// The ids in an array of their own.
+struct Ids {
+  uint32_t* first;
+  uint32_t count;
+};
+
+uint32_t ids_of(vrel_vector2* ids, Ids* out) {
+  void* data = nullptr;
+  uint32_t size = 0;
+  uint32_t id_size = 0;
+  PL_TRY(vrel_vector2_get_buffer(ids, &data, &size, &id_size));
+  *out = {static_cast<uint32_t*>(data), size / id_size};
+  return 0;
+}
+
+// False when memory is short, and for ids that compare_ids() takes for negative.
+bool sort_by_digits(const Ids& ids) {
+  uint32_t bits = 0;
+  for (uint32_t i = 0; i < ids.count; ++i) bits |= ids.first[i];
+  if (bits > INT32_MAX) return false;
+  void* const scratch = vrel_memory_alloc(size_t{ids.count} * sizeof(uint32_t));
+  if (scratch == nullptr) return false;
+  vrel_radix_sort(ids.first, static_cast<uint32_t*>(scratch), ids.count,
+                  [](uint32_t id) { return id; });
+  vrel_memory_free(scratch);
+  return true;
+}
+
+// Sorts what was reported and what is held together. Then a run of one id tells how often it was
+// reported: its length less one.
+uint32_t sort_ids(vrel_vector2* ids, Ids* out) {
+  PL_TRY(ids_of(ids, out));
+  if (sort_by_digits(*out)) return 0;
+  PL_TRY(vrel_vector2_sort(ids, compare_ids, 0));
+  return ids_of(ids, out);
 }
 
 // An ident that was not reported is to be removed. One that was reported more than once is named
@@ -92,27 +134,20 @@ constexpr uint32_t times_to_remove(uint32_t run_length) {
   return run_length == 1 ? 1 : run_length - 2;
 }
 
-uint32_t id_at(vrel_vector2* ids, uint32_t index) {
-  void* element = nullptr;
-  return vrel_vector2_getindex(ids, index, &element) == 0 ? *static_cast<uint32_t*>(element) : 0;
-}
-
 // The length of the run of equal ids that starts at the index.
-uint32_t run_length(vrel_vector2* ids, uint32_t index, uint32_t count) {
+uint32_t run_length(const Ids& ids, uint32_t index) {
   uint32_t end = index + 1;
-  while (end < count && id_at(ids, end) == id_at(ids, index)) ++end;
+  while (end < ids.count && ids.first[end] == ids.first[index]) ++end;
   return end - index;
 }
 
-uint32_t tell_removals(Listener* listener, vrel_vector2* ids) {
-  uint32_t count = 0;
-  PL_TRY(vrel_vector2_count(ids, &count));
+uint32_t tell_removals(Listener* listener, const Ids& ids) {
   uint32_t code = 0;
-  for (uint32_t index = 0; index < count;) {
-    const uint32_t run = run_length(ids, index, count);
+  for (uint32_t index = 0; index < ids.count;) {
+    const uint32_t run = run_length(ids, index);
     for (uint32_t times = times_to_remove(run); times > 0; --times) {
       const char* ident = nullptr;
-      code = vrel_stringtable_get_value(listener->collection->idents, id_at(ids, index), &ident);
+      code = vrel_stringtable_get_value(listener->collection->idents, ids.first[index], &ident);
       if (code != 0) continue;
       listener->tell(ident, TROVA_PLAYLIST_SYNC_REMOVE);
       if (listener->stop != 0) return 0;
@@ -143,8 +178,10 @@ uint32_t process(Listener* listener) {
     return PLERR_SyncNotStarted;
   }
   Report report(collection);
+  Ids ids = {};
   PL_TRY(add_held_ids(collection, report.present.get()));
-  const uint32_t code = tell_removals(listener, report.present.get());
+  PL_TRY(sort_ids(report.present.get(), &ids));
+  const uint32_t code = tell_removals(listener, ids);
   return listener->stop != 0 ? code : tell_additions(listener, report.fresh.get());
 }
 

@@ -31,8 +31,15 @@ constexpr uint32_t kFixedBound = 52;
 constexpr uint32_t kAttributeBound = 20;
 constexpr uint32_t kEntryBound = 12;
 
-// An entry is three items, of a byte each at least.
+// An entry is three items, of a byte each at least. In the form in which we write them they take
+// no more than 11, and a number is read with the four bytes behind it whether it has them or not.
 constexpr uint32_t kLeastEntrySize = 3;
+constexpr uint32_t kPlainEntryRoom = 11;
+
+// First bytes of items.
+constexpr uint8_t kFalseItem = 0xc2;
+constexpr uint8_t kTrueItem = 0xc3;
+constexpr uint8_t kUint8Item = 0xcc;  // of 16 bits: one more, of 32: two more
 
 // ---- Writing ----
 
@@ -75,7 +82,15 @@ class StreamWriter {
 
   void marker(uint32_t value) { msgpack_pack_fix_uint32(&packer_, value); }
   void number(uint32_t value) { msgpack_pack_uint32(&packer_, value); }
-  void boolean(bool value) { value ? msgpack_pack_true(&packer_) : msgpack_pack_false(&packer_); }
+  // The ident comes before the value here, behind it in memory.
+  void entry(const ValueEntry& entry) {
+    fits_ = fits_ && room_ - used_ >= kPlainEntryRoom;
+    if (!fits_) return;
+    auto* const start = reinterpret_cast<uint8_t*>(bytes_) + used_;
+    *start = (entry.kind & 0xffu) != 0 ? kTrueItem : kFalseItem;
+    const uint8_t* const end = put_number(put_number(start + 1, entry.ident), entry.value);
+    used_ += static_cast<uint32_t>(end - start);
+  }
   // A raw in the form that readers of any age know, and its bytes, which may come in pieces.
   void raw_length(uint32_t length) { msgpack_pack_v4raw(&packer_, length); }
   void raw_bytes(const char* bytes, uint32_t length) {
@@ -98,6 +113,22 @@ class StreamWriter {
     memcpy(writer->bytes_ + writer->used_, bytes, length);
     writer->used_ += static_cast<uint32_t>(length);
     return 0;
+  }
+
+  // As number() packs it.
+  static uint8_t* put_number(uint8_t* to, uint32_t value) {
+    if (value < 0x80) {
+      *to = static_cast<uint8_t>(value);
+      return to + 1;
+    }
+    const uint32_t size = uint32_t{value > 0xff} + uint32_t{value > 0xffff};  // as a power of two
+    const uint32_t word = value << (32 - (8u << size));
+    to[0] = static_cast<uint8_t>(kUint8Item + size);
+    to[1] = static_cast<uint8_t>(word >> 24);
+    to[2] = static_cast<uint8_t>(word >> 16);
+    to[3] = static_cast<uint8_t>(word >> 8);
+    to[4] = static_cast<uint8_t>(word);
+    return to + 1 + (1u << size);
   }
 
   msgpack_packer packer_;
@@ -145,10 +176,7 @@ void write_attribute(StreamWriter* writer, const AttributeSection& section) {
   writer->number(section.count);
   writer->raw(section.name, section.name_length);
   static_cast<void>(playlist_for_each<ValueEntry>(section.values, [&](const ValueEntry& entry) {
-    // The ident comes before the value here, behind it in memory.
-    writer->boolean((entry.kind & 0xffu) != 0);
-    writer->number(entry.ident);
-    writer->number(entry.value);
+    writer->entry(entry);
     return uint32_t{0};
   }));
 }
@@ -211,6 +239,19 @@ class StreamReader {
     return 0;
   }
 
+  // A whole entry as write_attribute() writes it: a boolean and two numbers in their shortest form.
+  // False, and nothing is taken, for any other, and near the end of the input.
+  bool plain_entry(ValueEntry* out) {
+    if (remaining() < kPlainEntryRoom) return false;
+    const auto* const start = reinterpret_cast<const uint8_t*>(bytes_) + offset_;
+    const uint8_t* at = start + 1;
+    if ((start[0] & 0xfeu) != kFalseItem) return false;
+    if (!plain_number(&at, &out->ident) || !plain_number(&at, &out->value)) return false;
+    out->kind = start[0] == kFalseItem ? kValueInteger : kValueString;
+    offset_ += static_cast<size_t>(at - start);
+    return true;
+  }
+
   // At most `longest` bytes.
   uint32_t raw(uint32_t longest, Raw* out) {
     if (remaining() == 0 || next_kind() != ItemKind::kRaw || !unpack()) return PLERR_CorruptData;
@@ -221,6 +262,23 @@ class StreamReader {
 
  private:
   ItemKind next_kind() const { return item_kind(static_cast<uint8_t>(bytes_[offset_])); }
+  // A number of up to 32 bits at a place with five bytes behind it.
+  static bool plain_number(const uint8_t** at, uint32_t* out) {
+    const uint8_t* const item = *at;
+    if (item[0] < 0x80) {
+      *out = item[0];
+      *at = item + 1;
+      return true;
+    }
+    const uint32_t size = uint32_t{item[0]} - kUint8Item;  // as a power of two
+    if (size > 2) return false;
+    const uint32_t word = uint32_t{item[1]} << 24 | uint32_t{item[2]} << 16 |
+                          uint32_t{item[3]} << 8 | uint32_t{item[4]};
+    *out = word >> (32 - (8u << size));
+    *at = item + 1 + (1u << size);
+    return true;
+  }
+
   bool unpack() {
     return msgpack_unpack_next(&item_, bytes_, size_, &offset_) == MSGPACK_UNPACK_SUCCESS;
   }
@@ -303,6 +361,7 @@ const AttributeProvider* find_provider(const Raw& name) {
 }
 
 uint32_t read_entry(StreamReader* reader, ValueEntry* out) {
+  if (reader->plain_entry(out)) return 0;
   uint32_t kind = 0;
   PL_TRY(reader->number(&kind));
   PL_TRY(reader->number(&out->ident));
@@ -311,12 +370,20 @@ uint32_t read_entry(StreamReader* reader, ValueEntry* out) {
   return 0;
 }
 
+void free_entries(ValueEntry* entries) {
+  vrel_memory_free(entries);
+}
+using EntriesOwner = PlaylistOwner<ValueEntry, free_entries>;
+
 uint32_t read_entries(StreamReader* reader, uint32_t count, vrel_vector2* values) {
-  PL_TRY(vrel_vector2_set_min_size(values, count));
-  ValueEntry entry = {};
-  for (uint32_t i = 0; i < count; ++i) {
-    PL_TRY(read_entry(reader, &entry));
-    PL_TRY(vrel_vector2_append_n(values, &entry, 1, sizeof entry));
+  if (count > UINT32_MAX / sizeof(ValueEntry)) return PLERR_NoMemory;
+  if (count != 0) {
+    EntriesOwner entries(static_cast<ValueEntry*>(vrel_memory_alloc(count * sizeof(ValueEntry))));
+    if (!entries) return PLERR_NoMemory;
+    for (uint32_t i = 0; i < count; ++i) PL_TRY(read_entry(reader, entries.get() + i));
+    const auto size = static_cast<uint32_t>(count * sizeof(ValueEntry));
+    PL_TRY(vrel_vector2_attach(values, entries.get(), size, sizeof(ValueEntry), 1));
+    static_cast<void>(entries.take());
   }
   return vrel_vector2_sort(values, playlist_attrdata_compare_ident, 0);
 }

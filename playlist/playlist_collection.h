@@ -130,6 +130,9 @@ uint32_t playlist_collection_remove_ident(Collection* collection, const char* id
 uint32_t playlist_collection_intern_ident(Collection* collection, const char* ident,
                                           uint32_t* out_id);
 
+// Gives a removed ident, whose text was blanked, its text back under its old id.
+uint32_t playlist_collection_revive_ident(Collection* collection, uint32_t id, const char* ident);
+
 // Orders value entries by ident, the larger id first.
 #pragma GCC visibility push(hidden)
 int32_t playlist_attrdata_compare_ident(const void* a, const void* b, uint32_t size);

@@ -633,6 +633,23 @@ uint32_t vrel_stringtable_enum(const vrel_stringtable* table, uint32_t index, ui
   return error;
 }
 
+uint32_t vrel_stringtable_copy_ids(const vrel_stringtable* table, uint32_t first, uint32_t count,
+                                   uint32_t* to) {
+  if (to == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
+  ENTER(table);
+  const uint32_t held = vrel_hashindex_count(table->index);
+  if (first > held || count > held - first) return kVrelOutOfRange;
+  const uint32_t end = first + count;
+  for (uint32_t at = first; at < end;) {
+    uint32_t run = 0;
+    const vrel_hashindex_entry* entries = vrel_hashindex_span(table->index, at, &run);
+    if (run > end - at) run = end - at;
+    for (uint32_t i = 0; i < run; ++i) *to++ = entries[i].id;
+    at += run;
+  }
+  return 0;
+}
+
 uint32_t vrel_stringtable_span(const vrel_stringtable* table, uint32_t offset,
                                const char** out_bytes, uint32_t* out_length) {
   if (out_bytes == nullptr || out_length == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);

@@ -97,6 +97,11 @@ uint32_t vrel_stringtable_copy_text(const vrel_stringtable* table, uint32_t offs
 uint32_t vrel_stringtable_enum(const vrel_stringtable* table, uint32_t index, uint32_t* out_id,
                                const char** out_string);
 
+// The ids of `count` strings from `first` on, in that order. Code: kVrelOutOfRange when there are
+// fewer; nothing is copied then.
+uint32_t vrel_stringtable_copy_ids(const vrel_stringtable* table, uint32_t first, uint32_t count,
+                                   uint32_t* to);
+
 // The longest run of the text from `offset` on that lies in one piece. Code: kVrelOutOfRange at the
 // end of the text.
 uint32_t vrel_stringtable_span(const vrel_stringtable* table, uint32_t offset,
