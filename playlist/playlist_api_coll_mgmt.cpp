@@ -94,14 +94,25 @@ void capture_all(Capture* capture, trova_gdo* data) {
   }
 }
 
+// The index behind the entries of the ident, which begin at `first` in a sorted vector.
+uint32_t entries_end(vrel_vector2* values, uint32_t ident, uint32_t first) {
+  uint32_t end = first;
+  void* entry = nullptr;
+  while (vrel_vector2_getindex(values, end, &entry) == 0 &&
+         static_cast<const ValueEntry*>(entry)->ident == ident) {
+    ++end;
+  }
+  return end;
+}
+
 // Deletes every entry of the ident. The vector is left sorted by ident.
 uint32_t delete_entries(vrel_vector2* values, uint32_t ident) {
   PL_TRY(vrel_vector2_sort(values, playlist_attrdata_compare_ident, 0));
-  for (;;) {
-    uint32_t index = 0;
-    PL_TRY(playlist_attrdata_find_ident(values, ident, &index));
-    PL_TRY(vrel_vector2_deleteindex(values, index));
-  }
+  uint32_t first = 0;
+  const uint32_t code = playlist_attrdata_find_ident(values, ident, &first);
+  if (playlist_not_found(code)) return 0;
+  if (code != 0) return code;
+  return vrel_vector2_deleterange(values, first, entries_end(values, ident, first) - 1);
 }
 
 }  // namespace
@@ -159,9 +170,7 @@ uint32_t playlist_collection_remove_ident(Collection* collection, const char* id
   uint32_t code = 0;
   AttributeInfo* info = nullptr;
   for (uint32_t i = 0; playlist_collection_attrinfo_at(collection, i, &info) == 0; ++i) {
-    const uint32_t deleted = delete_entries(info->values, id);
-    // "No more entries" is how each attribute ends.
-    code = playlist_not_found(deleted) ? 0 : deleted;
+    code = delete_entries(info->values, id);
     if (code != 0) break;
   }
   return VREL_LOG_HERE(code);

@@ -17,6 +17,10 @@ static const char kSource[] = "vrel_hashtable";
 static constexpr uint32_t kMagic = 0x12abcdefu;
 static constexpr uint32_t kFirstBuckets = 16;
 
+// Up to this index walking from the first entry is quicker than asking the cursor, which has a
+// lock.
+static constexpr uint32_t kNearIndex = 8;
+
 // The hash stored for an entry whose real one an entry in its chain had already: it is compared by
 // its key.
 static constexpr uint32_t kMatchByKey = 0;
@@ -484,10 +488,13 @@ uint32_t vrel_hashtable_copy(const vrel_hashtable* source, vrel_hashtable** out)
 
 // ---- Iteration ----
 
-uint32_t vrel_hashtable_value_get(vrel_hashtable* table, uint32_t index, const char** out_key,
-                                  void** out_value, uint32_t* out_size) {
-  ENTER(table, _vrel_hashtable_check(table));
-  if (index >= table->count) return kVrelOutOfRange;
+static Entry* _vrel_hashtable_walk(Entry* entry, uint32_t steps) {
+  for (; steps > 0; --steps) entry = entry->order_next;
+  return entry;
+}
+
+// The entry at `index`, from the one that was handed out last if that is on the way.
+static Entry* _vrel_hashtable_move_cursor(vrel_hashtable* table, uint32_t index) {
   (void)vrel_spinlock_lock(&table->cursor_lock);
   Entry* entry = table->cursor;
   uint32_t at = table->cursor_index;
@@ -496,11 +503,20 @@ uint32_t vrel_hashtable_value_get(vrel_hashtable* table, uint32_t index, const c
     entry = table->first;
     at = 0;
   }
-  for (; at < index; ++at) entry = entry->order_next;
+  entry = _vrel_hashtable_walk(entry, index - at);
   (void)vrel_spinlock_lock(&table->cursor_lock);
   table->cursor = entry;
   table->cursor_index = index;
   (void)vrel_spinlock_unlock(&table->cursor_lock);
+  return entry;
+}
+
+uint32_t vrel_hashtable_value_get(vrel_hashtable* table, uint32_t index, const char** out_key,
+                                  void** out_value, uint32_t* out_size) {
+  ENTER(table, _vrel_hashtable_check(table));
+  if (index >= table->count) return kVrelOutOfRange;
+  const Entry* entry = index <= kNearIndex ? _vrel_hashtable_walk(table->first, index)
+                                           : _vrel_hashtable_move_cursor(table, index);
   if (out_key != nullptr) *out_key = entry->key;
   if (out_value != nullptr) *out_value = entry->value;
   if (out_size != nullptr) *out_size = entry->size;

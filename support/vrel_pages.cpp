@@ -10,8 +10,10 @@
 static constexpr uint32_t kLeastPerPage = 2;
 static constexpr uint32_t kFirstRoom = 16;
 
+// A block with room for per_page elements. Elements come in at whichever end is nearer.
 struct Page {
-  char* data;
+  char* block;
+  uint32_t start;  // where in the block the first element is
   uint32_t count;  // 1 to per_page
 };
 
@@ -21,7 +23,10 @@ struct vrel_pages {
   uint32_t page_count;
   uint32_t room;  // pages for which `list` has room, and `tree` for one more
   Page* list;
-  uint32_t* tree;  // of the counts of the pages, as in vrel_counts_private.h
+  uint32_t* tree;    // of the counts of the pages, as in vrel_counts_private.h
+  char* array;       // what was taken over; null when none of it is in use
+  size_t array_end;  // the bytes of it that blocks of pages were cut from
+  uint32_t cut;      // pages whose block is a cut of the array
 };
 
 // An element's place. An offset equal to the page's count is the place behind its last element.
@@ -30,12 +35,16 @@ struct Place {
   uint32_t offset;
 };
 
-static char* _vrel_pages_address(const vrel_pages* pages, Place place) {
-  return pages->list[place.page].data + size_t{place.offset} * pages->element_size;
-}
-
 static size_t _vrel_pages_bytes(const vrel_pages* pages, uint32_t count) {
   return size_t{count} * pages->element_size;
+}
+
+static char* _vrel_pages_at(const vrel_pages* pages, const Page& page, uint32_t offset) {
+  return page.block + _vrel_pages_bytes(pages, page.start + offset);
+}
+
+static char* _vrel_pages_address(const vrel_pages* pages, Place place) {
+  return _vrel_pages_at(pages, pages->list[place.page], place.offset);
 }
 
 // After pages came, went or changed places.
@@ -66,19 +75,40 @@ static bool _vrel_pages_reserve(vrel_pages* pages, uint32_t room) {
   return true;
 }
 
-// Makes page number `at`, without elements: the caller fills it and then builds the tree.
-static bool _vrel_pages_open(vrel_pages* pages, uint32_t at) {
+// Makes room in the list for page number `at` and puts it there. The caller builds the tree.
+static bool _vrel_pages_enter(vrel_pages* pages, uint32_t at, Page fresh) {
   if (pages->page_count == pages->room) {
     const uint32_t room = pages->room == 0 ? kFirstRoom : pages->room + pages->room / 2;
     if (!_vrel_pages_reserve(pages, room)) return false;
   }
-  void* data = vrel_memory_alloc(_vrel_pages_bytes(pages, pages->per_page));
-  if (data == nullptr) return false;
   Page* page = pages->list + at;
   memmove(page + 1, page, (pages->page_count - at) * sizeof(Page));
-  *page = {static_cast<char*>(data), 0};
+  *page = fresh;
   ++pages->page_count;
   return true;
+}
+
+// Makes page number `at`, without elements, of which the first goes to `start` in its block.
+static bool _vrel_pages_open(vrel_pages* pages, uint32_t at, uint32_t start) {
+  auto* block = static_cast<char*>(vrel_memory_alloc(_vrel_pages_bytes(pages, pages->per_page)));
+  if (block == nullptr) return false;
+  if (_vrel_pages_enter(pages, at, {block, start, 0})) return true;
+  vrel_memory_free(block);
+  return false;
+}
+
+static bool _vrel_pages_is_cut(const vrel_pages* pages, const char* block) {
+  const auto begin = reinterpret_cast<uintptr_t>(pages->array);
+  return pages->array != nullptr && reinterpret_cast<uintptr_t>(block) - begin < pages->array_end;
+}
+
+static void _vrel_pages_free_block(vrel_pages* pages, char* block) {
+  if (!_vrel_pages_is_cut(pages, block)) {
+    vrel_memory_free(block);
+  } else if (--pages->cut == 0) {
+    vrel_memory_free(pages->array);
+    pages->array = nullptr;
+  }
 }
 
 // Frees the empty ones of the pages [first, last).
@@ -86,7 +116,7 @@ static void _vrel_pages_drop_empty(vrel_pages* pages, uint32_t first, uint32_t l
   uint32_t kept = first;
   for (uint32_t i = first; i < last; ++i) {
     if (pages->list[i].count == 0) {
-      vrel_memory_free(pages->list[i].data);
+      _vrel_pages_free_block(pages, pages->list[i].block);
     } else {
       pages->list[kept++] = pages->list[i];
     }
@@ -97,36 +127,53 @@ static void _vrel_pages_drop_empty(vrel_pages* pages, uint32_t first, uint32_t l
 
 // ---- Create and delete ----
 
-static bool _vrel_pages_fill(vrel_pages* pages, const char* from, uint32_t count) {
-  if (!_vrel_pages_reserve(pages, count / pages->per_page + kFirstRoom)) return false;
-  while (count > 0) {
-    const uint32_t take = count < pages->per_page ? count : pages->per_page;
-    if (!_vrel_pages_open(pages, pages->page_count)) return false;
-    Page& page = pages->list[pages->page_count - 1];
-    memcpy(page.data, from, _vrel_pages_bytes(pages, take));
-    page.count = take;
-    from += _vrel_pages_bytes(pages, take);
-    count -= take;
+// Cuts the array into pages. What is left at its end, and has no room for a page, is copied into
+// one of its own.
+static bool _vrel_pages_cut_up(vrel_pages* pages, char* array, uint32_t count) {
+  const uint32_t whole = count / pages->per_page;
+  const uint32_t rest = count - whole * pages->per_page;
+  if (!_vrel_pages_reserve(pages, whole + kFirstRoom)) return false;
+  const char* end = array + _vrel_pages_bytes(pages, count - rest);
+  if (rest > 0) {
+    if (!_vrel_pages_open(pages, 0, 0)) return false;
+    pages->list[0].count = rest;
+    memcpy(pages->list[0].block, end, _vrel_pages_bytes(pages, rest));
   }
+  char* block = array;
+  for (uint32_t i = 0; i < whole; ++i) {
+    (void)_vrel_pages_enter(pages, i, {block, 0, pages->per_page});  // there is room
+    block += _vrel_pages_bytes(pages, pages->per_page);
+  }
+  pages->array = array;
+  pages->array_end = static_cast<size_t>(end - array);
+  pages->cut = whole;
   _vrel_pages_tree_build(pages);
   return true;
 }
 
-vrel_pages* vrel_pages_create(const void* elements, uint32_t count, uint32_t element_size,
-                              uint32_t page_bytes) {
+vrel_pages* vrel_pages_adopt(void* array, uint32_t count, uint32_t element_size,
+                             uint32_t page_bytes) {
   auto* pages = static_cast<vrel_pages*>(vrel_memory_calloc(1, sizeof(vrel_pages)));
   if (pages == nullptr) return nullptr;
   const uint32_t per_page = page_bytes / element_size;
   pages->element_size = element_size;
   pages->per_page = per_page < kLeastPerPage ? kLeastPerPage : per_page;
-  if (_vrel_pages_fill(pages, static_cast<const char*>(elements), count)) return pages;
-  vrel_pages_delete(pages);
-  return nullptr;
+  if (!_vrel_pages_cut_up(pages, static_cast<char*>(array), count)) {
+    vrel_pages_delete(pages);
+    return nullptr;
+  }
+  if (pages->cut == 0) {
+    vrel_memory_free(array);
+    pages->array = nullptr;
+  }
+  return pages;
 }
 
 void vrel_pages_delete(vrel_pages* pages) {
   if (pages == nullptr) return;
-  for (uint32_t i = 0; i < pages->page_count; ++i) vrel_memory_free(pages->list[i].data);
+  for (uint32_t i = 0; i < pages->page_count; ++i) {
+    _vrel_pages_free_block(pages, pages->list[i].block);
+  }
   vrel_memory_free(pages->list);
   vrel_memory_free(pages->tree);
   vrel_memory_free(pages);
@@ -139,7 +186,7 @@ void vrel_pages_delete(vrel_pages* pages) {
 static bool _vrel_pages_make_room(vrel_pages* pages, Place* place) {
   const bool in_front = place->offset == 0;
   const uint32_t fresh = in_front ? place->page : place->page + 1;
-  if (!_vrel_pages_open(pages, fresh)) return false;
+  if (!_vrel_pages_open(pages, fresh, in_front ? pages->per_page : 0)) return false;
   if (in_front) return true;
   Page& full = pages->list[place->page];
   if (place->offset == full.count) {
@@ -150,16 +197,26 @@ static bool _vrel_pages_make_room(vrel_pages* pages, Place* place) {
   Page& upper = pages->list[fresh];
   upper.count = full.count - half;
   full.count = half;
-  memcpy(upper.data, full.data + _vrel_pages_bytes(pages, half),
-         _vrel_pages_bytes(pages, upper.count));
+  memcpy(upper.block, _vrel_pages_at(pages, full, half), _vrel_pages_bytes(pages, upper.count));
   if (place->offset > half) *place = {fresh, place->offset - half};
   return true;
 }
 
+// The page has room at one end at least. The elements on the shorter side of the place move, if
+// there is room for them.
 static void _vrel_pages_put(vrel_pages* pages, Place place, const void* element) {
-  char* to = _vrel_pages_address(pages, place);
   Page& page = pages->list[place.page];
-  memmove(to + pages->element_size, to, _vrel_pages_bytes(pages, page.count - place.offset));
+  const bool is_at_end = page.start + page.count == pages->per_page;
+  const uint32_t behind = page.count - place.offset;
+  char* to = _vrel_pages_at(pages, page, place.offset);
+  if (page.start > 0 && (is_at_end || place.offset < behind)) {
+    char* first = _vrel_pages_at(pages, page, 0);
+    memmove(first - pages->element_size, first, _vrel_pages_bytes(pages, place.offset));
+    to -= pages->element_size;
+    --page.start;
+  } else {
+    memmove(to + pages->element_size, to, _vrel_pages_bytes(pages, behind));
+  }
   memcpy(to, element, pages->element_size);
   ++page.count;
 }
@@ -224,8 +281,15 @@ static uint32_t _vrel_pages_cut(vrel_pages* pages, Place place, uint32_t count) 
   Page& page = pages->list[place.page];
   const uint32_t left = page.count - place.offset;
   const uint32_t cut = count < left ? count : left;
-  char* to = _vrel_pages_address(pages, place);
-  memmove(to, to + _vrel_pages_bytes(pages, cut), _vrel_pages_bytes(pages, left - cut));
+  const uint32_t behind = left - cut;
+  if (place.offset < behind) {
+    char* first = _vrel_pages_at(pages, page, 0);
+    memmove(first + _vrel_pages_bytes(pages, cut), first, _vrel_pages_bytes(pages, place.offset));
+    page.start += cut;
+  } else {
+    char* to = _vrel_pages_address(pages, place);
+    memmove(to, to + _vrel_pages_bytes(pages, cut), _vrel_pages_bytes(pages, behind));
+  }
   page.count -= cut;
   return cut;
 }
@@ -238,7 +302,11 @@ static void _vrel_pages_merge_down(vrel_pages* pages, uint32_t page) {
   Page& left = pages->list[page - 1];
   Page& right = pages->list[page];
   if (left.count + right.count > pages->per_page / 2) return;
-  memcpy(left.data + _vrel_pages_bytes(pages, left.count), right.data,
+  if (left.start + left.count + right.count > pages->per_page) {
+    memmove(left.block, _vrel_pages_at(pages, left, 0), _vrel_pages_bytes(pages, left.count));
+    left.start = 0;
+  }
+  memcpy(_vrel_pages_at(pages, left, left.count), _vrel_pages_at(pages, right, 0),
          _vrel_pages_bytes(pages, right.count));
   left.count += right.count;
   right.count = 0;
@@ -270,7 +338,7 @@ void vrel_pages_copy_out(const vrel_pages* pages, void* to) {
   char* next = static_cast<char*>(to);
   for (uint32_t i = 0; i < pages->page_count; ++i) {
     const size_t bytes = _vrel_pages_bytes(pages, pages->list[i].count);
-    memcpy(next, pages->list[i].data, bytes);
+    memcpy(next, _vrel_pages_at(pages, pages->list[i], 0), bytes);
     next += bytes;
   }
 }

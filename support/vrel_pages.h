@@ -1,7 +1,7 @@
 // vrel_pages: a sequence of elements in pages, for vectors too long to move their tail.
 //
 // Finding an element by its index takes a logarithmic number of steps in the number of pages;
-// inserting and removing move at most one page's elements besides. No page is empty. Building at
+// inserting and removing move at most half a page's elements besides. No page is empty. Building at
 // either end fills the pages; elsewhere a full page is split in half.
 //
 // Nothing here is logged or locked; that is the owner's part. Reading changes nothing, so any
@@ -15,9 +15,10 @@ struct vrel_pages;
 
 // ---- Create and delete ----
 
-// Copies `count` elements that lie side by side. Null when memory is short.
-vrel_pages* vrel_pages_create(const void* elements, uint32_t count, uint32_t element_size,
-                              uint32_t page_bytes);
+// Takes over an array of `count` elements from the allocator: most pages are cut from it and stay
+// where they are. Null, and the array is still the caller's, when memory is short.
+vrel_pages* vrel_pages_adopt(void* array, uint32_t count, uint32_t element_size,
+                             uint32_t page_bytes);
 void vrel_pages_delete(vrel_pages* pages);
 
 // ---- Add, find, remove ----

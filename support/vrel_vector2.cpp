@@ -148,6 +148,8 @@ static vrel_search _vrel_vector2_search_sorted(const vrel_vector2* vector, const
   const auto order = [=](uint32_t i) {
     return _vrel_vector2_order(vector, _vrel_vector2_at(vector, i), value);
   };
+  // Entries of the newest ident go in front.
+  if (vector->compare != nullptr && vector->count > 0 && order(0) > 0) return {false, 0};
   if (vector->pages == nullptr || vector->compare == nullptr) {
     return _vrel_search_sorted(vector->count, order);
   }
@@ -208,10 +210,8 @@ static void _vrel_vector2_prepare_change(vrel_vector2* vector, uint32_t index) {
   if (vector->pages != nullptr || vector->owns_data == 0) return;
   if (_vrel_vector2_bytes(vector, vector->count - index) <= vector->long_tail) return;
   vector->pages =
-      vrel_pages_create(vector->data, vector->count, vector->element_size, vector->page_bytes);
-  if (vector->pages == nullptr) return;
-  vrel_memory_free(vector->data);
-  vector->data = nullptr;
+      vrel_pages_adopt(vector->data, vector->count, vector->element_size, vector->page_bytes);
+  if (vector->pages != nullptr) vector->data = nullptr;
 }
 
 // ---- Placing and removing ----
