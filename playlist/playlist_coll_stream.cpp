@@ -83,13 +83,16 @@ class StreamWriter {
   void marker(uint32_t value) { msgpack_pack_fix_uint32(&packer_, value); }
   void number(uint32_t value) { msgpack_pack_uint32(&packer_, value); }
   // The ident comes before the value here, behind it in memory.
-  void entry(const ValueEntry& entry) {
-    fits_ = fits_ && room_ - used_ >= kPlainEntryRoom;
+  void entries(const ValueEntry* entries, uint32_t count) {
+    fits_ = fits_ && (room_ - used_) / kPlainEntryRoom >= count;
     if (!fits_) return;
     auto* const start = reinterpret_cast<uint8_t*>(bytes_) + used_;
-    *start = (entry.kind & 0xffu) != 0 ? kTrueItem : kFalseItem;
-    const uint8_t* const end = put_number(put_number(start + 1, entry.ident), entry.value);
-    used_ += static_cast<uint32_t>(end - start);
+    uint8_t* to = start;
+    for (uint32_t i = 0; i < count; ++i) {
+      *to = (entries[i].kind & 0xffu) != 0 ? kTrueItem : kFalseItem;
+      to = put_number(put_number(to + 1, entries[i].ident), entries[i].value);
+    }
+    used_ += static_cast<uint32_t>(to - start);
   }
   // A raw in the form that readers of any age know, and its bytes, which may come in pieces.
   void raw_length(uint32_t length) { msgpack_pack_v4raw(&packer_, length); }
@@ -175,10 +178,11 @@ void write_attribute(StreamWriter* writer, const AttributeSection& section) {
   writer->number(section.name_length);
   writer->number(section.count);
   writer->raw(section.name, section.name_length);
-  static_cast<void>(playlist_for_each<ValueEntry>(section.values, [&](const ValueEntry& entry) {
-    writer->entry(entry);
-    return uint32_t{0};
-  }));
+  static_cast<void>(playlist_for_each_stretch<ValueEntry>(
+      section.values, [&](const ValueEntry* entries, uint32_t count) {
+        writer->entries(entries, count);
+        return uint32_t{0};
+      }));
 }
 
 // ---- Reading ----
@@ -239,17 +243,26 @@ class StreamReader {
     return 0;
   }
 
-  // A whole entry as write_attribute() writes it: a boolean and two numbers in their shortest form.
-  // False, and nothing is taken, for any other, and near the end of the input.
-  bool plain_entry(ValueEntry* out) {
-    if (remaining() < kPlainEntryRoom) return false;
+  // Takes entries in the form in which we write them: a boolean and two numbers, each the shortest
+  // that holds its value. Ends at the first in any other form, and near the end of the input.
+  // Returns how many it took, `count` at most.
+  uint32_t plain_entries(ValueEntry* out, uint32_t count) {
     const auto* const start = reinterpret_cast<const uint8_t*>(bytes_) + offset_;
-    const uint8_t* at = start + 1;
-    if ((start[0] & 0xfeu) != kFalseItem) return false;
-    if (!plain_number(&at, &out->ident) || !plain_number(&at, &out->value)) return false;
-    out->kind = start[0] == kFalseItem ? kValueInteger : kValueString;
+    const uint8_t* at = start;
+    uint32_t taken = 0;
+    const uint8_t* const last =
+        remaining() < kPlainEntryRoom ? nullptr : start + (remaining() - kPlainEntryRoom);
+    while (taken < count && last != nullptr && at <= last) {
+      const uint8_t* item = at + 1;
+      ValueEntry* const entry = out + taken;
+      if ((at[0] & 0xfeu) != kFalseItem) break;
+      if (!plain_number(&item, &entry->ident) || !plain_number(&item, &entry->value)) break;
+      entry->kind = at[0] == kFalseItem ? kValueInteger : kValueString;
+      at = item;
+      ++taken;
+    }
     offset_ += static_cast<size_t>(at - start);
-    return true;
+    return taken;
   }
 
   // At most `longest` bytes.
@@ -361,7 +374,6 @@ const AttributeProvider* find_provider(const Raw& name) {
 }
 
 uint32_t read_entry(StreamReader* reader, ValueEntry* out) {
-  if (reader->plain_entry(out)) return 0;
   uint32_t kind = 0;
   PL_TRY(reader->number(&kind));
   PL_TRY(reader->number(&out->ident));
@@ -380,7 +392,10 @@ uint32_t read_entries(StreamReader* reader, uint32_t count, vrel_vector2* values
   if (count != 0) {
     EntriesOwner entries(static_cast<ValueEntry*>(vrel_memory_alloc(count * sizeof(ValueEntry))));
     if (!entries) return PLERR_NoMemory;
-    for (uint32_t i = 0; i < count; ++i) PL_TRY(read_entry(reader, entries.get() + i));
+    for (uint32_t i = reader->plain_entries(entries.get(), count); i < count;) {
+      PL_TRY(read_entry(reader, entries.get() + i++));
+      i += reader->plain_entries(entries.get() + i, count - i);
+    }
     const auto size = static_cast<uint32_t>(count * sizeof(ValueEntry));
     PL_TRY(vrel_vector2_attach(values, entries.get(), size, sizeof(ValueEntry), 1));
     static_cast<void>(entries.take());

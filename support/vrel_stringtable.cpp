@@ -22,6 +22,9 @@ static constexpr uint32_t kLeastBlock = 256;
 static constexpr uint32_t kLargestBlock = 1024 * 1024;
 static constexpr uint32_t kFirstRoom = 4;
 
+// Entries that are first made room for when a text is indexed.
+static constexpr uint32_t kFirstEntries = 64;
+
 // A run of zero bytes this long in an attached text is what a removed string has left.
 static constexpr uint32_t kLeastHole = 3;
 
@@ -432,124 +435,113 @@ uint32_t vrel_stringtable_clear(vrel_stringtable* table) {
   return 0;
 }
 
-// Goes over a text in one piece, which ends in a zero byte, and finds its strings and holes.
-struct TextScan {
+// A text in one piece, which ends in a zero byte.
+struct WholeText {
   const char* bytes;
   uint32_t length;
-  uint32_t position;
 };
 
-// A string, or a hole of `zeros` bytes.
-struct Found {
-  uint32_t offset;
-  uint32_t length;  // of the string
-  uint32_t zeros;
-};
-
-static uint32_t _vrel_stringtable_string_end(const TextScan& scan, uint32_t from) {
-  const void* end = memchr(scan.bytes + from, '\0', scan.length - from);
-  return static_cast<uint32_t>(static_cast<const char*>(end) - scan.bytes);
+static uint32_t _vrel_stringtable_string_end(const WholeText& text, uint32_t from) {
+  const void* end = memchr(text.bytes + from, '\0', text.length - from);
+  return static_cast<uint32_t>(static_cast<const char*>(end) - text.bytes);
 }
 
-// The next string or hole; false at the end. The string right behind a run of zero bytes is stepped
-// over: it keeps its id and can be read, but nobody finds it by its text, and adding it again gives
-// it a second id.
-static bool _vrel_stringtable_scan_next(TextScan* scan, Found* out) {
-  while (true) {
-    const uint32_t start = _vrel_stringtable_string_end(*scan, scan->position) + 1;
-    if (start >= scan->length) return false;
+// Calls on_string(id, length) and on_hole(Hole) for all that the text holds. The string right
+// behind a run of zero bytes is stepped over: it keeps its id and can be read, but nobody finds it
+// by its text, and adding it again gives it a second id.
+template <typename OnString, typename OnHole>
+static void _vrel_stringtable_scan(const WholeText& text, OnString on_string, OnHole on_hole) {
+  uint32_t end = _vrel_stringtable_string_end(text, 0);
+  for (uint32_t start = end + 1; start < text.length; start = end + 1) {
     uint32_t at = start;
-    while (at < scan->length && scan->bytes[at] == '\0') ++at;
-    if (at == scan->length) return false;
-    scan->position = at;
-    const uint32_t zeros = at - start;
-    if (zeros == 0) {
-      scan->position = _vrel_stringtable_string_end(*scan, start);
-      *out = {start, scan->position - start, 0};
-      return true;
+    while (at < text.length && text.bytes[at] == '\0') ++at;
+    if (at == text.length) return;
+    end = _vrel_stringtable_string_end(text, at);
+    if (at == start) {
+      on_string(start, end - start);
+    } else if (at - start >= kLeastHole) {
+      on_hole(Hole{start, at - start});
     }
-    if (zeros < kLeastHole) continue;
-    *out = {start, 0, zeros};
-    return true;
   }
 }
 
-static vrel_hashindex_entry _vrel_stringtable_entry_of(const TextScan& scan, const Found& found) {
-  return {_vrel_hash_bytes(scan.bytes + found.offset, found.length), found.offset};
+static vrel_hashindex_entry _vrel_stringtable_entry_of(const WholeText& text, uint32_t id,
+                                                       uint32_t length) {
+  return {_vrel_hash_bytes(text.bytes + id, length), id};
 }
 
-// Calls visit(Found) for each string and hole.
-template <typename Visit>
-static void _vrel_stringtable_scan(TextScan scan, Visit visit) {
-  Found found = {};
-  while (_vrel_stringtable_scan_next(&scan, &found)) visit(found);
+// The entries of a text, in the order of their strings.
+struct EntryList {
+  vrel_hashindex_entry* entries;
+  uint32_t count;
+  uint32_t room;
+};
+
+static bool _vrel_stringtable_list_add(EntryList* list, vrel_hashindex_entry entry) {
+  if (list->count == list->room) {
+    const uint32_t room = list->room == 0 ? kFirstEntries : list->room * 2;
+    const uint64_t bytes = uint64_t{room} * sizeof(entry);
+    if (bytes > SIZE_MAX) return false;
+    void* entries = vrel_memory_realloc(list->entries, static_cast<size_t>(bytes));
+    if (entries == nullptr) return false;
+    list->entries = static_cast<vrel_hashindex_entry*>(entries);
+    list->room = room;
+  }
+  list->entries[list->count++] = entry;
+  return true;
 }
 
-// Enters every hole, and goes on after a failure. `*out_strings` is how many strings there are.
-// Returns the last failure.
-static uint32_t _vrel_stringtable_find_holes(vrel_stringtable* table, TextScan scan,
-                                             uint32_t* out_strings) {
-  uint32_t last_error = 0;
-  uint32_t strings = 0;
-  _vrel_stringtable_scan(scan, [&](const Found& found) {
-    if (found.zeros == 0) {
-      ++strings;
-      return;
-    }
-    const uint32_t error = _vrel_stringtable_add_hole(table, {found.offset, found.zeros});
-    if (error != 0) last_error = error;
-  });
-  *out_strings = strings;
-  return last_error;
-}
-
-static bool _vrel_stringtable_has_equal_hashes(const vrel_hashindex_entry* entries,
-                                               uint32_t count) {
-  for (uint32_t i = 1; i < count; ++i) {
-    if (entries[i - 1].hash == entries[i].hash) return true;
+static bool _vrel_stringtable_has_equal_hashes(const EntryList& list) {
+  for (uint32_t i = 1; i < list.count; ++i) {
+    if (list.entries[i - 1].hash == list.entries[i].hash) return true;
   }
   return false;
 }
 
 // Fills the index with all strings at once. False, and it stays empty, when memory is short, and
 // when some hashes are equal: then the order in which they came decides who is found.
-static bool _vrel_stringtable_index_at_once(vrel_stringtable* table, TextScan scan,
-                                            uint32_t count) {
+static bool _vrel_stringtable_fill_index(vrel_stringtable* table, const EntryList& list) {
   using Entry = vrel_hashindex_entry;
-  if (count > SIZE_MAX / (2 * sizeof(Entry))) return false;
-  auto* entries = static_cast<Entry*>(vrel_memory_alloc(size_t{count} * 2 * sizeof(Entry)));
-  if (entries == nullptr) return false;
-  Entry* next = entries;
-  _vrel_stringtable_scan(scan, [&](const Found& found) {
-    if (found.zeros == 0) *next++ = _vrel_stringtable_entry_of(scan, found);
-  });
-  vrel_radix_sort(entries, entries + count, count, [](const Entry& entry) { return entry.hash; });
-  const bool done = !_vrel_stringtable_has_equal_hashes(entries, count) &&
-                    vrel_hashindex_fill(table->index, entries, count);
-  vrel_memory_free(entries);
-  return done;
+  auto* scratch = static_cast<Entry*>(vrel_memory_alloc(list.count * sizeof(Entry)));
+  if (scratch == nullptr) return false;
+  vrel_radix_sort(list.entries, scratch, list.count, [](const Entry& entry) { return entry.hash; });
+  vrel_memory_free(scratch);
+  if (_vrel_stringtable_has_equal_hashes(list)) return false;
+  return vrel_hashindex_fill(table->index, list.entries, list.count);
 }
 
 // Enters every string at its sorted place, and goes on after a failure. Returns the last one.
-static uint32_t _vrel_stringtable_index_one_by_one(vrel_stringtable* table, TextScan scan) {
+static uint32_t _vrel_stringtable_index_one_by_one(vrel_stringtable* table, const WholeText& text) {
   uint32_t last_error = 0;
-  _vrel_stringtable_scan(scan, [&](const Found& found) {
-    if (found.zeros != 0) return;
-    const vrel_hashindex_entry entry = _vrel_stringtable_entry_of(scan, found);
+  const auto on_string = [&](uint32_t id, uint32_t length) {
+    const vrel_hashindex_entry entry = _vrel_stringtable_entry_of(text, id, length);
     if (!vrel_hashindex_insert_equal(table->index, entry)) last_error = kVrelNoMemory;
-  });
+  };
+  _vrel_stringtable_scan(text, on_string, [](Hole) {});
   return last_error;
 }
 
-static uint32_t _vrel_stringtable_build_index(vrel_stringtable* table, TextScan scan) {
-  uint32_t strings = 0;
-  uint32_t error = _vrel_stringtable_find_holes(table, scan, &strings);
-  if (!_vrel_stringtable_index_at_once(table, scan, strings)) {
-    const uint32_t index_error = _vrel_stringtable_index_one_by_one(table, scan);
-    if (index_error != 0) error = index_error;
+// Enters all strings and holes, and goes on after a failure. Returns the last one.
+static uint32_t _vrel_stringtable_build_index(vrel_stringtable* table, const WholeText& text) {
+  uint32_t last_error = 0;
+  EntryList list = {};
+  bool has_all = true;
+  const auto on_string = [&](uint32_t id, uint32_t length) {
+    has_all =
+        has_all && _vrel_stringtable_list_add(&list, _vrel_stringtable_entry_of(text, id, length));
+  };
+  const auto on_hole = [&](Hole hole) {
+    const uint32_t error = _vrel_stringtable_add_hole(table, hole);
+    if (error != 0) last_error = error;
+  };
+  _vrel_stringtable_scan(text, on_string, on_hole);
+  if (!has_all || !_vrel_stringtable_fill_index(table, list)) {
+    const uint32_t error = _vrel_stringtable_index_one_by_one(table, text);
+    if (error != 0) last_error = error;
   }
+  vrel_memory_free(list.entries);
   table->count = vrel_hashindex_count(table->index);
-  return error;
+  return last_error;
 }
 
 uint32_t vrel_stringtable_attach_buffer(vrel_stringtable* table, const void* bytes,
@@ -567,7 +559,7 @@ uint32_t vrel_stringtable_attach_buffer(vrel_stringtable* table, const void* byt
   if (!terminated) block[length] = '\0';
   _vrel_stringtable_forget(table);
   _vrel_stringtable_publish(table, text, block, full_length, full_length);
-  return VREL_LOG_HERE(_vrel_stringtable_build_index(table, {block, full_length, 0}));
+  return VREL_LOG_HERE(_vrel_stringtable_build_index(table, {block, full_length}));
 }
 
 // Copies the text into one chunk, with half as much room again: so a caller that adds and asks for
