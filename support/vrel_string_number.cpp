@@ -84,7 +84,16 @@ int32_t vrel_string_atoi32(const char* text) {
   return vrel_string_strtol(text, nullptr, 10);
 }
 
+// Most numbers are nothing but a few digits.
 uint32_t vrel_string_atou32(const char* text) {
+  constexpr uint32_t kSafeDigits = 9;
+  uint32_t value = 0;
+  for (uint32_t i = 0; text != nullptr && i <= kSafeDigits; ++i) {
+    if (i > 0 && text[i] == '\0') return value;
+    const uint32_t digit = static_cast<uint8_t>(text[i]) - uint32_t{'0'};
+    if (digit > 9) break;
+    value = value * 10 + digit;
+  }
   return vrel_string_strtoul(text, nullptr, 10);
 }
 

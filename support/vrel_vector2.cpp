@@ -228,7 +228,26 @@ static uint32_t _vrel_vector2_place_flat(vrel_vector2* vector, uint32_t index, c
   return 0;
 }
 
+// Copies an element. The sizes that there are most of take no call.
+static void _vrel_vector2_copy(const vrel_vector2* vector, char* to, const void* value) {
+  switch (vector->element_size) {
+    case 4:
+      memcpy(to, value, 4);
+      break;
+    case 12:
+      memcpy(to, value, 12);
+      break;
+    default:
+      memcpy(to, value, vector->element_size);
+  }
+}
+
 static uint32_t _vrel_vector2_place(vrel_vector2* vector, uint32_t index, const void* value) {
+  if (index == vector->count && index < vector->capacity && vector->pages == nullptr) {
+    _vrel_vector2_copy(vector, vector->data + _vrel_vector2_bytes(vector, index), value);
+    ++vector->count;
+    return 0;
+  }
   const uint32_t capacity =
       _vrel_array_grown(vector->capacity, uint64_t{vector->count} + 1, vector->element_size);
   if (capacity == 0) return VREL_LOG_HERE(kVrelNoMemory);

@@ -95,8 +95,8 @@ class AddressTable {
  private:
   static constexpr unsigned kFirstBits = 5;
 
-  Word capacity() const noexcept { return Word{1} << bits_; }
-  Word next(Word slot) const noexcept { return (slot + 1) & (capacity() - 1); }
+  Word capacity() const noexcept { return mask_ + 1; }
+  Word next(Word slot) const noexcept { return (slot + 1) & mask_; }
   bool is_full() const noexcept { return (count_ + 1) * 8 > capacity() * 5; }
 
   // The shard used the top bits of the hash; the slot is the bits below them.
@@ -111,8 +111,8 @@ class AddressTable {
   // Moves words back over the gap for as long as one of them would no longer be found.
   void close_gap(Word gap) noexcept {
     for (Word i = next(gap); slots_[i] != 0; i = next(i)) {
-      const Word from_home = (i - home(address_of(slots_[i]))) & (capacity() - 1);
-      const Word from_gap = (i - gap) & (capacity() - 1);
+      const Word from_home = (i - home(address_of(slots_[i]))) & mask_;
+      const Word from_gap = (i - gap) & mask_;
       if (from_home < from_gap) continue;
       slots_[gap] = slots_[i];
       gap = i;
@@ -127,6 +127,7 @@ class AddressTable {
     const Word old_capacity = old == nullptr ? 0 : capacity();
     slots_ = slots;
     bits_ = bits;
+    mask_ = (Word{1} << bits) - 1;
     for (Word i = 0; i < old_capacity; ++i) {
       if (old[i] != 0) place(old[i]);
     }
@@ -143,6 +144,7 @@ class AddressTable {
 
   Word* slots_ = nullptr;
   Word count_ = 0;
+  Word mask_ = 0;  // the capacity less one
   unsigned bits_ = 0;
 };
 

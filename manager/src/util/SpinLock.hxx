@@ -17,7 +17,8 @@ class SpinLock {
 
  private:
   // Sleeps where spinning does not help: the holder may have a lower priority and one core to run.
-  void wait() const noexcept {
+  // Apart from its callers, which are short and mostly find the lock free.
+  [[gnu::cold, gnu::noinline]] void wait() const noexcept {
     constexpr int kSpins = 200;
     for (int spin = 0; spin < kSpins; ++spin) {
       if (!locked_.load(std::memory_order_relaxed)) return;
