@@ -50,8 +50,9 @@ static uint32_t _vrel_hashindex_below(const Element* elements, uint32_t count, u
   const Element* base = elements;
   for (uint32_t left = count; left > 0;) {
     const uint32_t half = (left + 1) / 2;
-    // A move and no branch: which half it is nobody can guess.
-    base += _vrel_hashindex_hash(base[half - 1]) < hash ? half : 0;
+    // Which half it is no processor can guess, so there is no branch here.
+    const bool is_below = _vrel_hashindex_hash(base[half - 1]) < hash;
+    base += half & (0u - static_cast<uint32_t>(is_below));
     left -= half;
   }
   return static_cast<uint32_t>(base - elements);
@@ -63,15 +64,14 @@ static uint32_t _vrel_hashindex_share(uint32_t delta, uint32_t span, uint32_t co
   return (delta >> shift) * count / ((span >> shift) + 1);
 }
 
-// How many entries of the page have a hash below this one. `limit` is above all of them, or the
-// first hash of the next page.
-static uint32_t _vrel_hashindex_below_in_page(const Page& page, uint32_t hash, uint32_t limit) {
-  const uint32_t first = page.entries[0].hash;
-  if (hash <= first) return 0;
+// How many entries of a page have a hash below this one, which is above the page's first, `first`.
+// `limit` is above all of them, or the first hash of the next page.
+static uint32_t _vrel_hashindex_below_in_page(const Page& page, uint32_t hash, uint32_t first,
+                                              uint32_t limit) {
   const uint32_t guess = _vrel_hashindex_share(hash - first, limit - first, page.count);
   const uint32_t low = guess > kReach ? guess - kReach : 0;
   const uint32_t high = page.count - low > 2 * kReach ? low + 2 * kReach : page.count;
-  const bool from_low = page.entries[low].hash < hash;
+  const bool from_low = low == 0 || page.entries[low].hash < hash;
   const bool to_high = high == page.count || page.entries[high].hash >= hash;
   if (!from_low || !to_high) return _vrel_hashindex_below(page.entries, page.count, hash);
   return low + _vrel_hashindex_below(page.entries + low, high - low, hash);
@@ -90,7 +90,8 @@ bool vrel_hashindex_find(const vrel_hashindex* index, uint32_t hash,
   if (next == 0) return index->firsts[0] == hash;
   const Page& page = index->pages[next - 1];
   const uint32_t limit = _vrel_hashindex_limit(index, next - 1);
-  const uint32_t offset = _vrel_hashindex_below_in_page(page, hash, limit);
+  const uint32_t first = index->firsts[next - 1];
+  const uint32_t offset = _vrel_hashindex_below_in_page(page, hash, first, limit);
   *out_place = {next - 1, offset};
   if (offset < page.count) return page.entries[offset].hash == hash;
   if (next == index->page_count || limit != hash) return false;
