@@ -252,26 +252,26 @@ void* vrel_pages_span(const vrel_pages* pages, uint32_t index, uint32_t* out_cou
 
 uint32_t vrel_pages_rank(const vrel_pages* pages, vrel_pages_compare compare, const void* value,
                          int32_t limit) {
-  // All ones when the element at the place is below, else 0. Which half of what is left the border
-  // lies in no processor can guess, so there is no branch on it.
-  const auto mask = [=](Place place) {
-    const void* element = _vrel_pages_address(pages, place);
-    const bool is_below = compare(element, value, pages->element_size) < limit;
-    return 0u - static_cast<uint32_t>(is_below);
+  const auto is_below = [=](Place place) {
+    return compare(_vrel_pages_address(pages, place), value, pages->element_size) < limit;
   };
   // The last page whose first element is below holds the border.
   uint32_t page = 0;
   for (uint32_t left = pages->page_count; left > 1;) {
     const uint32_t half = left / 2;
-    page += half & mask({page + half, 0});
+    if (is_below({page + half, 0})) page += half;
     left -= half;
   }
   if (pages->page_count == 0) return 0;
   uint32_t below = 0;
   for (uint32_t left = pages->list[page].count; left > 0;) {
-    const uint32_t half = (left + 1) / 2;
-    below += half & mask({page, below + half - 1});
-    left -= half;
+    const uint32_t half = left / 2;
+    if (is_below({page, below + half})) {
+      below += half + 1;
+      left -= half + 1;
+    } else {
+      left = half;
+    }
   }
   return _vrel_counts_before(pages->tree, page) + below;
 }
