@@ -120,18 +120,23 @@ class StreamWriter {
 
   // As number() packs it.
   static uint8_t* put_number(uint8_t* to, uint32_t value) {
-    if (value < 0x80) {
-      *to = static_cast<uint8_t>(value);
-      return to + 1;
+    if (value > 0xffff) {
+      to[0] = kUint8Item + 2;
+      to[1] = static_cast<uint8_t>(value >> 24);
+      to[2] = static_cast<uint8_t>(value >> 16);
+      to[3] = static_cast<uint8_t>(value >> 8);
+      to[4] = static_cast<uint8_t>(value);
+      return to + 5;
     }
-    const uint32_t size = uint32_t{value > 0xff} + uint32_t{value > 0xffff};  // as a power of two
-    const uint32_t word = value << (32 - (8u << size));
-    to[0] = static_cast<uint8_t>(kUint8Item + size);
-    to[1] = static_cast<uint8_t>(word >> 24);
-    to[2] = static_cast<uint8_t>(word >> 16);
-    to[3] = static_cast<uint8_t>(word >> 8);
-    to[4] = static_cast<uint8_t>(word);
-    return to + 1 + (1u << size);
+    if (value > 0xff) {
+      to[0] = kUint8Item + 1;
+      to[1] = static_cast<uint8_t>(value >> 8);
+      to[2] = static_cast<uint8_t>(value);
+      return to + 3;
+    }
+    if (value >= 0x80) *to++ = kUint8Item;
+    *to = static_cast<uint8_t>(value);
+    return to + 1;
   }
 
   msgpack_packer packer_;
@@ -275,20 +280,28 @@ class StreamReader {
 
  private:
   ItemKind next_kind() const { return item_kind(static_cast<uint8_t>(bytes_[offset_])); }
-  // A number of up to 32 bits at a place with five bytes behind it.
+  // A number of up to 32 bits at a place with four bytes behind it. Branches and no table of
+  // lengths: the numbers of an attribute are mostly of one length, so the next one's place is
+  // guessed right before this one is read.
   static bool plain_number(const uint8_t** at, uint32_t* out) {
     const uint8_t* const item = *at;
-    if (item[0] < 0x80) {
-      *out = item[0];
-      *at = item + 1;
-      return true;
-    }
-    const uint32_t size = uint32_t{item[0]} - kUint8Item;  // as a power of two
-    if (size > 2) return false;
     const uint32_t word = uint32_t{item[1]} << 24 | uint32_t{item[2]} << 16 |
                           uint32_t{item[3]} << 8 | uint32_t{item[4]};
-    *out = word >> (32 - (8u << size));
-    *at = item + 1 + (1u << size);
+    if (item[0] == kUint8Item + 2) {
+      *out = word;
+      *at = item + 5;
+    } else if (item[0] == kUint8Item + 1) {
+      *out = word >> 16;
+      *at = item + 3;
+    } else if (item[0] < 0x80) {
+      *out = item[0];
+      *at = item + 1;
+    } else if (item[0] == kUint8Item) {
+      *out = item[1];
+      *at = item + 2;
+    } else {
+      return false;
+    }
     return true;
   }
 
