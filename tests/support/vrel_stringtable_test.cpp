@@ -163,6 +163,17 @@ void random_change(Random& random, vrel_stringtable* table, Model* model) {
   }
 }
 
+// Numbered strings, whose hashes lie in clusters, and every third time one of 2^12 of one hash.
+std::string large_text(uint32_t first, uint32_t count) {
+  std::string text = "\0"s;
+  for (uint32_t i = first; i < first + count; ++i) {
+    std::string twin;
+    for (uint32_t bit = 0; bit < 12; ++bit) twin += (i >> bit & 1) != 0 ? "Ez" : "FY";
+    text += (i % 3 == 0 ? twin : "ident " + std::to_string(i)) + "\0"s;
+  }
+  return text;
+}
+
 }  // namespace
 
 TEST_F(vrel_stringtable_test, tables_do_what_the_rules_say) {
@@ -179,6 +190,27 @@ TEST_F(vrel_stringtable_test, tables_do_what_the_rules_say) {
     expect_same(table, Model(), true);
     EXPECT_EQ(vrel_stringtable_delete(table), 0u);
   }
+}
+
+TEST_F(vrel_stringtable_test, strings_of_one_hash_stand_alike_however_many_there_are) {
+  vrel_stringtable* table = nullptr;
+  ASSERT_EQ(vrel_stringtable_create(&table, 0), 0u);
+  for (const uint32_t count : {100u, 1500u, 4000u}) {
+    const std::string text = large_text(count, count);
+    Model model;
+    model.attach(text);
+    ASSERT_EQ(
+        vrel_stringtable_attach_buffer(table, text.data(), static_cast<uint32_t>(text.size())), 0u);
+    ASSERT_NO_FATAL_FAILURE(expect_same(table, model, true)) << count;
+    uint32_t id = 0;
+    for (uint32_t i = 0; i < 2000; ++i) {
+      const std::string string = std::to_string(i * 7919) + "ident";
+      ASSERT_EQ(vrel_stringtable_add_value(table, string.c_str(), &id), 0u);
+      ASSERT_EQ(id, model.add(string));
+    }
+    ASSERT_NO_FATAL_FAILURE(expect_same(table, model, true)) << count;
+  }
+  EXPECT_EQ(vrel_stringtable_delete(table), 0u);
 }
 
 TEST_F(vrel_stringtable_test, ids_end_with_the_text_and_restored_strings_fit_their_place) {
