@@ -253,11 +253,10 @@ class StreamReader {
   // Returns how many it took, `count` at most.
   uint32_t plain_entries(ValueEntry* out, uint32_t count) {
     const auto* const start = reinterpret_cast<const uint8_t*>(bytes_) + offset_;
+    const uint8_t* const end = start + remaining();
     const uint8_t* at = start;
     uint32_t taken = 0;
-    const uint8_t* const last =
-        remaining() < kPlainEntryRoom ? nullptr : start + (remaining() - kPlainEntryRoom);
-    while (taken < count && last != nullptr && at <= last) {
+    while (taken < count && static_cast<size_t>(end - at) >= kPlainEntryRoom) {
       const uint8_t* item = at + 1;
       ValueEntry* const entry = out + taken;
       if ((at[0] & 0xfeu) != kFalseItem) break;

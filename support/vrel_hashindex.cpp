@@ -19,7 +19,7 @@ static constexpr uint32_t kFirstPages = 4;
 // evenly, nearly all are found: the guess is wrong by some half of the root of the page's count.
 static constexpr uint32_t kReach = 24;
 
-struct Page {
+struct HashPage {
   Entry* entries;
   uint32_t count;  // at least 1
   uint32_t room;
@@ -31,7 +31,7 @@ struct vrel_hashindex {
   uint32_t page_count;
   uint32_t room;
   uint32_t* firsts;  // the hash that each page begins with
-  Page* pages;
+  HashPage* pages;
   uint32_t* tree;  // of the counts of the pages, as in vrel_counts_private.h
 };
 
@@ -66,7 +66,7 @@ static uint32_t _vrel_hashindex_share(uint32_t delta, uint32_t span, uint32_t co
 
 // How many entries of a page have a hash below this one, which is above the page's first, `first`.
 // `limit` is above all of them, or the first hash of the next page.
-static uint32_t _vrel_hashindex_below_in_page(const Page& page, uint32_t hash, uint32_t first,
+static uint32_t _vrel_hashindex_below_in_page(const HashPage& page, uint32_t hash, uint32_t first,
                                               uint32_t limit) {
   const uint32_t guess = _vrel_hashindex_share(hash - first, limit - first, page.count);
   const uint32_t low = guess > kReach ? guess - kReach : 0;
@@ -88,7 +88,7 @@ bool vrel_hashindex_find(const vrel_hashindex* index, uint32_t hash,
   // The last page that begins below the hash holds its first entry, or ends right in front of it.
   const uint32_t next = _vrel_hashindex_below(index->firsts, index->page_count, hash);
   if (next == 0) return index->firsts[0] == hash;
-  const Page& page = index->pages[next - 1];
+  const HashPage& page = index->pages[next - 1];
   const uint32_t limit = _vrel_hashindex_limit(index, next - 1);
   const uint32_t first = index->firsts[next - 1];
   const uint32_t offset = _vrel_hashindex_below_in_page(page, hash, first, limit);
@@ -106,9 +106,9 @@ static bool _vrel_hashindex_reserve(vrel_hashindex* index, uint32_t room) {
   void* const firsts = vrel_memory_realloc(index->firsts, size_t{room} * sizeof(uint32_t));
   if (firsts == nullptr) return false;
   index->firsts = static_cast<uint32_t*>(firsts);
-  void* const pages = vrel_memory_realloc(index->pages, size_t{room} * sizeof(Page));
+  void* const pages = vrel_memory_realloc(index->pages, size_t{room} * sizeof(HashPage));
   if (pages == nullptr) return false;
-  index->pages = static_cast<Page*>(pages);
+  index->pages = static_cast<HashPage*>(pages);
   void* const tree = vrel_memory_realloc(index->tree, (size_t{room} + 1) * sizeof(uint32_t));
   if (tree == nullptr) return false;
   index->tree = static_cast<uint32_t*>(tree);
@@ -116,7 +116,7 @@ static bool _vrel_hashindex_reserve(vrel_hashindex* index, uint32_t room) {
   return true;
 }
 
-static bool _vrel_hashindex_grow_page(Page* page, uint32_t room) {
+static bool _vrel_hashindex_grow_page(HashPage* page, uint32_t room) {
   void* const entries = vrel_memory_realloc(page->entries, size_t{room} * sizeof(Entry));
   if (entries == nullptr) return false;
   page->entries = static_cast<Entry*>(entries);
@@ -129,10 +129,10 @@ static bool _vrel_hashindex_open(vrel_hashindex* index, uint32_t at, uint32_t ro
   const bool is_full = index->page_count == index->room;
   const uint32_t wanted = index->room == 0 ? kFirstPages : index->room + index->room / 2;
   if (is_full && !_vrel_hashindex_reserve(index, wanted)) return false;
-  Page fresh = {};
+  HashPage fresh = {};
   if (!_vrel_hashindex_grow_page(&fresh, room)) return false;
   const uint32_t behind = index->page_count - at;
-  memmove(index->pages + at + 1, index->pages + at, behind * sizeof(Page));
+  memmove(index->pages + at + 1, index->pages + at, behind * sizeof(HashPage));
   memmove(index->firsts + at + 1, index->firsts + at, behind * sizeof(uint32_t));
   index->pages[at] = fresh;
   ++index->page_count;
@@ -149,8 +149,8 @@ static void _vrel_hashindex_build_tree(vrel_hashindex* index) {
 static bool _vrel_hashindex_split(vrel_hashindex* index, Place* place) {
   const uint32_t number = place->page;
   if (!_vrel_hashindex_open(index, number + 1, kPerPage)) return false;
-  Page& lower = index->pages[number];
-  Page& upper = index->pages[number + 1];
+  HashPage& lower = index->pages[number];
+  HashPage& upper = index->pages[number + 1];
   const uint32_t kept = place->offset == lower.count ? lower.count : lower.count / 2;
   upper.count = lower.count - kept;
   lower.count = kept;
@@ -163,7 +163,7 @@ static bool _vrel_hashindex_split(vrel_hashindex* index, Place* place) {
 // Sees to it that the page of the place has room.
 static bool _vrel_hashindex_make_room(vrel_hashindex* index, Place* place) {
   if (index->page_count == 0) return _vrel_hashindex_open(index, 0, kFirstEntries);
-  Page* const page = index->pages + place->page;
+  HashPage* const page = index->pages + place->page;
   if (page->count < page->room) return true;
   if (page->room < kPerPage) {
     return _vrel_hashindex_grow_page(page, page->room < kPerPage / 2 ? page->room * 2 : kPerPage);
@@ -197,7 +197,7 @@ bool vrel_hashindex_insert(vrel_hashindex* index, vrel_hashindex_place place,
                            vrel_hashindex_entry entry) {
   const uint32_t pages_before = index->page_count;
   if (!_vrel_hashindex_make_room(index, &place)) return false;
-  Page& page = index->pages[place.page];
+  HashPage& page = index->pages[place.page];
   Entry* const to = page.entries + place.offset;
   memmove(to + 1, to, (page.count - place.offset) * sizeof(Entry));
   *to = entry;
@@ -244,7 +244,7 @@ bool vrel_hashindex_fill(vrel_hashindex* index, const vrel_hashindex_entry* entr
     const uint32_t take = left < kPerPage ? left : kPerPage;
     fits = _vrel_hashindex_open(index, index->page_count, take);
     if (!fits) break;
-    Page& page = index->pages[index->page_count - 1];
+    HashPage& page = index->pages[index->page_count - 1];
     memcpy(page.entries, entries, take * sizeof(Entry));
     page.count = take;
     index->firsts[index->page_count - 1] = entries[0].hash;
@@ -273,7 +273,7 @@ uint32_t vrel_hashindex_id(const vrel_hashindex* index, vrel_hashindex_place pla
 const vrel_hashindex_entry* vrel_hashindex_span(const vrel_hashindex* index, uint32_t position,
                                                 uint32_t* out_count) {
   const uint32_t number = _vrel_counts_locate(index->tree, index->page_count, &position);
-  const Page& page = index->pages[number];
+  const HashPage& page = index->pages[number];
   *out_count = page.count - position;
   return page.entries + position;
 }
