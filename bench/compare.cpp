@@ -1,69 +1,35 @@
 // compare: what we take for each kind of work, beside SQLite and beside the machine's limit.
 //
 // compare [SIZE...] [--benchmark_...]: makes libraries of these sizes, checks that all sides give
-// the same answers, and prints milliseconds. SQLite's number is the best of its schemas. To look
-// into one row with a profiler: compare 10000 --benchmark_filter=ours/more.*all
+// the same answers, and prints tables of milliseconds and of memory. SQLite's number is the best of
+// its schemas. To look into one row with a profiler: compare 10000
+// --benchmark_filter=ours/more.*all
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <map>
 #include <string>
 #include <unordered_map>
 
+#include "data_reads.h"
+#include "memory.h"
 #include "side.h"
-#include "trova_manager.h"
-#include "trova_playlist.h"
+#include "table.h"
+#include "workloads.h"
 
 namespace bench {
 
 namespace {
 
-using Milliseconds = std::chrono::duration<double, std::milli>;
 using Make = std::function<std::unique_ptr<Side>(const Library&)>;
 
 // One entry of so many may differ.
 constexpr size_t kTolerated = 5000;
 
-constexpr const char* kOurs = "ours";
-constexpr const char* kSqlite = "SQLite";
-constexpr const char* kLimit = "limit";
-
-struct QueryRow {
-  Query query;
-  const char* name;
-};
-constexpr QueryRow kQueries[] = {
-    {Query::kFilter, "two genres or a decade"},
-    {Query::kShuffled, "the same, 50 in random order"},
-    {Query::kMoreLike, "more like this, all"},
-    {Query::kMoreLike50, "more like this, 50"},
-    {Query::kTwoPerArtist, "its order, 50, 2 per artist"},
-    {Query::kNamesLike, "artist like seed, all"},
-    {Query::kNamesEqual, "20 artists by name"},
-};
-
-const char kAdd[] = "add n idents";
-const char kRemove[] = "remove 1 % one by one";
-const char kSynchronize[] = "synchronise with 1 % changes";
-const char kAddMore[] = "add 1 % after sorting";
-const char kWrite[] = "write the bytes";
-const char kStart[] = "bytes to first playlist";
-
-const char* const kOrder[] = {
-    kQueries[0].name, kQueries[1].name, kQueries[2].name, kQueries[3].name,
-    kQueries[4].name, kQueries[5].name, kQueries[6].name, kAdd,
-    kRemove,          kSynchronize,     kAddMore,         kStart,
-    kWrite,
-};
-
 // ---------------------------------------------------------------------------- Measurements
-
-// The best time of each row, side and size.
-using Times = std::map<std::string, std::map<std::string, std::map<uint32_t, double>>>;
 
 class Collector final : public benchmark::BenchmarkReporter {
  public:
@@ -87,64 +53,37 @@ class Collector final : public benchmark::BenchmarkReporter {
   uint32_t size_;
 };
 
-using Work = std::function<void()>;
+class StopWatch final : public Meter {
+ public:
+  void start() override { start_ = std::chrono::steady_clock::now(); }
+  void stop() override { elapsed_ += std::chrono::steady_clock::now() - start_; }
+  double seconds() const { return elapsed_.count(); }
 
-benchmark::internal::Benchmark* measure(
-    const char* side, const char* row, const Work& work, const Work& prepare = [] {}) {
+ private:
+  std::chrono::steady_clock::time_point start_;
+  std::chrono::duration<double> elapsed_{0};
+};
+
+benchmark::internal::Benchmark* measure(const char* side, const char* row,
+                                        const std::function<void(Meter*)>& work) {
   const std::string name = std::string(side) + '/' + row;
   return benchmark::RegisterBenchmark(name.c_str(),
-                                      [work, prepare](benchmark::State& state) {
+                                      [work](benchmark::State& state) {
                                         for (auto _ : state) {
-                                          prepare();
-                                          const auto start = std::chrono::steady_clock::now();
-                                          work();
-                                          const std::chrono::duration<double> time =
-                                              std::chrono::steady_clock::now() - start;
-                                          state.SetIterationTime(time.count());
+                                          StopWatch watch;
+                                          work(&watch);
+                                          state.SetIterationTime(watch.seconds());
                                         }
                                       })
       ->UseManualTime()
       ->Unit(benchmark::kMillisecond);
 }
 
-Numbers every_hundredth(const Library& library, uint32_t first) {
-  Numbers numbers;
-  for (uint32_t i = first; i < library.count(); i += 100) numbers.push_back(i);
-  return numbers;
-}
-
-// After every hundredth was removed: the ones behind them go, and as many new ones come.
-Numbers after_changes(const Library& library) {
-  Numbers numbers;
-  for (uint32_t i = 0; i < library.count() + library.spare(); ++i) {
-    if (i >= library.count() || i % 100 > 1) numbers.push_back(i);
-  }
-  return numbers;
-}
-
-void measure_reading(const char* name, Side* side) {
-  for (const QueryRow& row : kQueries) {
-    measure(name, row.name, [side, row] { side->run(row.query); });
-  }
-  measure(name, kWrite, [side] { side->write(); });
-  // Another run lets go of what the start before read.
-  measure(
-      name, kStart, [side] { side->start_from_bytes(Query::kShuffled); },
-      [side] { side->run(Query::kShuffled); });
-}
-
-// Each of these changes the side, so each runs once and in this order.
-void measure_changes(const char* name, const Library& library, Side* side) {
-  measure(name, kRemove, [&library, side] {
-    side->remove(every_hundredth(library, 0));
-  })->Iterations(1);
-  const auto changed = std::make_shared<Numbers>(after_changes(library));
-  measure(name, kSynchronize, [side, changed] { side->synchronize(*changed); })->Iterations(1);
-  measure(
-      name, kAddMore,
-      [&library, side] { side->add(library.total() - library.spare(), library.total()); },
-      [side] { side->run(Query::kMoreLike50); })
-      ->Iterations(1);
+benchmark::internal::Benchmark* measure(const char* name, const Library& library,
+                                        const Workload& workload, Side* side) {
+  const Run run = workload.run;
+  return measure(name, workload.name,
+                 [&library, side, run](Meter* meter) { run(library, side, meter); });
 }
 
 // ---------------------------------------------------------------------------------- Checks
@@ -179,12 +118,19 @@ bool agree(const char* side, const char* row, const Numbers& answer, const Numbe
 
 using Answers = std::map<Query, Numbers>;
 
+// The tracks of an answer in the order of their numbers.
+Numbers run_sorted(const Library& library, Side* side, Query query) {
+  side->run(query);
+  Numbers answer;
+  for (const std::string_view ident : side->answer()) answer.push_back(library.number(ident));
+  std::sort(answer.begin(), answer.end());
+  return answer;
+}
+
 void check(const char* name, const Library& library, const Answers& expected, Side* side) {
-  for (const QueryRow& row : kQueries) {
-    side->run(row.query);
-    Numbers answer = side->answer();
+  for (const QueryWorkload& row : kQueries) {
+    const Numbers answer = run_sorted(library, side, row.query);
     const Numbers& all = expected.at(whole(row.query));
-    std::sort(answer.begin(), answer.end());
     const bool distinct = std::adjacent_find(answer.begin(), answer.end()) == answer.end();
     bool right = distinct;
     if (row.query == Query::kTwoPerArtist) {
@@ -199,25 +145,15 @@ void check(const char* name, const Library& library, const Answers& expected, Si
   }
 }
 
-Answers expected_answers(Side* limit) {
+Answers expected_answers(const Library& library, Side* limit) {
   Answers answers;
-  for (const QueryRow& row : kQueries) {
-    limit->run(row.query);
-    Numbers answer = limit->answer();
-    std::sort(answer.begin(), answer.end());
-    answers.emplace(row.query, std::move(answer));
+  for (const QueryWorkload& row : kQueries) {
+    answers.emplace(row.query, run_sorted(library, limit, row.query));
   }
   return answers;
 }
 
 // --------------------------------------------------------------------------------- The run
-
-bool measured(const Times& times, const char* row, const char* side, const Library& library) {
-  const auto sides = times.find(row);
-  if (sides == times.end()) return false;
-  const auto sizes = sides->second.find(side);
-  return sizes != sides->second.end() && sizes->second.count(library.count()) != 0;
-}
 
 struct Contender {
   const char* name;
@@ -232,60 +168,60 @@ const std::vector<Contender> kContenders = {
     {kSqlite, [](const Library& library) { return make_sqlite(library, Schema::kTables); }},
 };
 
-void run_contender(const Contender& contender, const Library& library, Answers* expected,
-                   Times* times) {
-  std::unique_ptr<Side> side;
-  Collector collector(times, library.count());
-  const auto run = [&] {
-    benchmark::RunSpecifiedBenchmarks(&collector);
+class Comparison {
+ public:
+  Comparison(const Library& library, Times* times)
+      : library_(library), times_(times), collector_(times, library.count()) {}
+
+  void run(const Contender& contender) {
+    const char* const name = contender.name;
+    std::unique_ptr<Side> side = build(contender);
+    if (expected_.empty()) expected_ = expected_answers(library_, side.get());
+    check(name, library_, expected_, side.get());
+    for (const Workload& workload : reading()) measure(name, library_, workload, side.get());
+    run_registered();
+    // Each changes the side, so each runs once.
+    for (const Workload& workload : kChanges) {
+      measure(name, library_, workload, side.get())->Iterations(1);
+    }
+    run_registered();
+    const bool changed =
+        std::all_of(kChanges.begin(), kChanges.end(), [&](const Workload& workload) {
+          return measured(*times_, workload.name, name, library_.count());
+        });
+    if (changed && side->count() != library_.count()) differ(name, "count after changes");
+  }
+
+  void measure_data_reads() {
+    measure(kOurs, library_, kReadValues, nullptr)->Iterations(1);
+    run_registered();
+  }
+
+ private:
+  std::unique_ptr<Side> build(const Contender& contender) {
+    std::unique_ptr<Side> side;
+    const auto fill = [&](Meter* meter) {
+      side.reset();
+      side = contender.make(library_);
+      kAdd.run(library_, side.get(), meter);
+    };
+    measure(contender.name, kAdd.name, fill)->Iterations(1);
+    run_registered();
+    StopWatch unused;
+    if (side == nullptr) fill(&unused);  // filtered out
+    return side;
+  }
+
+  void run_registered() {
+    benchmark::RunSpecifiedBenchmarks(&collector_);
     benchmark::ClearRegisteredBenchmarks();
-  };
-  measure(
-      contender.name, kAdd, [&] { side->add(0, library.count()); },
-      [&] {
-        side.reset();
-        side = contender.make(library);
-      })
-      ->Iterations(1);
-  run();
-  if (side == nullptr) {  // filtered out
-    side = contender.make(library);
-    side->add(0, library.count());
   }
-  if (expected->empty()) *expected = expected_answers(side.get());
-  check(contender.name, library, *expected, side.get());
-  measure_reading(contender.name, side.get());
-  run();
-  measure_changes(contender.name, library, side.get());
-  run();
-  const auto ran = [&](const char* row) { return measured(*times, row, contender.name, library); };
-  const bool changed = ran(kRemove) && ran(kSynchronize) && ran(kAddMore);
-  if (changed && side->count() != library.count()) differ(contender.name, "count after changes");
-}
 
-// ------------------------------------------------------------------------------- The table
-
-double at(const Times& times, const char* row, const char* side, uint32_t size) {
-  return times.at(row).at(side).at(size);
-}
-
-void print(const Times& times, uint32_t size, uint32_t smaller) {
-  std::printf("\n%u tracks, milliseconds\n", size);
-  std::printf("%-30s %10s %10s %10s %12s %11s", "", kOurs, kSqlite, kLimit, "ours/SQLite",
-              "ours/limit");
-  std::printf(smaller != 0 ? "  growth from %u\n" : "\n", smaller);
-  for (const char* const row : kOrder) {
-    // A filter may have left sides out.
-    if (times.count(row) == 0 || times.at(row).size() < 3) continue;
-    const double ours = at(times, row, kOurs, size);
-    const double sqlite = at(times, row, kSqlite, size);
-    const double limit = at(times, row, kLimit, size);
-    std::printf("%-30s %10.3f %10.3f %10.3f %12.2f %11.2f", row, ours, sqlite, limit, ours / sqlite,
-                ours / limit);
-    if (smaller != 0) std::printf(" %8.1f", ours / at(times, row, kOurs, smaller));
-    std::printf("\n");
-  }
-}
+  const Library& library_;
+  Times* times_;
+  Collector collector_;
+  Answers expected_;
+};
 
 int compare(std::vector<uint32_t> sizes) {
   if (sizes.empty()) sizes = {10'000, 100'000, 1'000'000};
@@ -293,11 +229,11 @@ int compare(std::vector<uint32_t> sizes) {
   uint32_t smaller = 0;
   for (const uint32_t size : sizes) {
     const Library library(size);
-    Answers expected;
-    for (const Contender& contender : kContenders) {
-      run_contender(contender, library, &expected, &times);
-    }
-    print(times, size, smaller);
+    Comparison comparison(library, &times);
+    for (const Contender& contender : kContenders) comparison.run(contender);
+    comparison.measure_data_reads();
+    print_table(times, size, smaller);
+    report_memory(library);
     std::fflush(stdout);
     smaller = size;
   }
@@ -314,11 +250,8 @@ int main(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     sizes.push_back(static_cast<uint32_t>(std::strtoul(argv[i], nullptr, 10)));
   }
-  ManagerHandle* manager = nullptr;
-  bench::require(trova_manager_start(nullptr, &manager), "manager");
-  bench::require(trova_playlist_initialize(manager), "library");
+  bench::start_library();
   const int status = bench::compare(std::move(sizes));
-  trova_playlist_shutdown();
-  trova_manager_stop();
+  bench::stop_library();
   return status;
 }

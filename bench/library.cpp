@@ -139,6 +139,7 @@ Library::Library(uint32_t count)
       artists_{""},
       traits_{{}} {
   while (tracks_.size() < total()) add_album();
+  for (uint32_t i = 0; i < total(); ++i) numbers_.emplace(idents_[i], i);
   choose_questions();
 }
 
@@ -230,7 +231,7 @@ SeedScores::SeedScores(const Library& library) : years_(2100) {
   origins_ = score_all(library.origins, seed.origin);
   artist_types_ = score_all(library.artist_types, seed.artist_type);
   for (uint32_t year = kFirstDecade; year < kFirstDecade + 10 * std::size(kDecades); ++year) {
-    require(trova_manager_list_correlate(TROVA_LIST_ERAS, 40000 + year, 40000u + seed.year,
+    require(trova_manager_list_correlate(TROVA_LIST_ERAS, kYearIds + year, kYearIds + seed.year,
                                          &years_[year]),
             TROVA_LIST_ERAS);
   }

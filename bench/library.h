@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -23,6 +25,10 @@ struct Elements {
 };
 
 constexpr int kMoods = 3;
+
+// An era's id is one of these and its year, or one of these and the first year of its decade.
+constexpr uint32_t kYearIds = 40000;
+constexpr uint32_t kDecadeIds = 30000;
 
 // A track with its values as places in the lists; 0 is a value that is missing.
 struct Track {
@@ -59,6 +65,7 @@ class Library {
   const Track& seed() const { return tracks_[questions_.seed]; }
   const Questions& questions() const { return questions_; }
   const std::string& ident(uint32_t number) const { return idents_[number]; }
+  uint32_t number(std::string_view ident) const { return numbers_.at(ident); }
   const std::string& artist(uint32_t place) const { return artists_[place]; }
   uint32_t artist_count() const { return static_cast<uint32_t>(artists_.size()); }
 
@@ -73,9 +80,10 @@ class Library {
   std::mt19937_64 random_;
   std::vector<Track> tracks_;
   std::vector<std::string> idents_;
-  std::unordered_set<uint32_t> hashes_;  // of the idents
-  std::vector<std::string> artists_;     // the first one stands for "missing"
-  std::vector<Track> traits_;            // of each artist: origin and type
+  std::unordered_map<std::string_view, uint32_t> numbers_;  // of the tracks, by ident
+  std::unordered_set<uint32_t> hashes_;                     // of the idents
+  std::vector<std::string> artists_;                        // the first one stands for "missing"
+  std::vector<Track> traits_;                               // of each artist: origin and type
   Questions questions_ = {};
 };
 

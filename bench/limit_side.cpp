@@ -18,13 +18,12 @@ constexpr int32_t kSelects = 600;
 
 struct Record {
   Track track;
-  uint32_t number;
   uint32_t ident;  // offset of its text
 };
 
 struct Scored {
   int32_t score;
-  uint32_t number;
+  uint32_t ident;
 };
 
 bool better(const Scored& a, const Scored& b) {
@@ -71,24 +70,16 @@ class LimitSide final : public Side {
     for (uint32_t i = 1; i < library.artist_count(); ++i) places_.emplace(library.artist(i), i);
   }
 
-  void add(uint32_t first, uint32_t last) override {
-    for (uint32_t number = first; number < last; ++number) {
-      const std::string& ident = library_.ident(number);
-      uint32_t* const slot = table_.find(ident, records_, texts_.data());
-      if (*slot != kNone) continue;
-      *slot = static_cast<uint32_t>(records_.size());
-      records_.push_back({library_.track(number), number, static_cast<uint32_t>(texts_.size())});
-      by_artist_[library_.track(number).artist].push_back(number);
-      texts_.insert(texts_.end(), ident.c_str(), ident.c_str() + ident.size() + 1);
-      table_.grow(++used_, records_, texts_.data());
-    }
+  // From the library's records, without a look at the objects.
+  void add(const DataObjects& objects) override {
+    for (uint32_t number = objects.first(); number < objects.last(); ++number) add_one(number);
   }
 
   void remove(const Numbers& tracks) override {
     for (const uint32_t number : tracks) remove_ident(library_.ident(number));
   }
 
-  void synchronize(const Numbers& tracks) override {
+  void synchronize(const Numbers& tracks, const DataObjects&) override {
     std::vector<bool> present(records_.size());
     Numbers missing;
     for (const uint32_t number : tracks) {
@@ -102,17 +93,18 @@ class LimitSide final : public Side {
     for (size_t i = present.size(); i-- > 0;) {
       if (!present[i]) remove_ident(texts_.data() + records_[i].ident);
     }
-    for (const uint32_t number : missing) add(number, number + 1);
+    for (const uint32_t number : missing) add_one(number);
   }
 
   uint32_t count() override { return static_cast<uint32_t>(records_.size()); }
 
   void run(Query query) override {
     view_ = records_;
+    view_texts_ = texts_.data();
     answer_from_view(query);
   }
 
-  Numbers answer() override { return answer_; }
+  std::vector<std::string_view> answer() override { return {answer_.begin(), answer_.end()}; }
 
   void write() override {
     const size_t size = records_.size() * sizeof(Record);
@@ -124,6 +116,7 @@ class LimitSide final : public Side {
   // The bytes are the records: nothing needs to be read.
   void start_from_bytes(Query query) override {
     view_ = {reinterpret_cast<const Record*>(bytes_.data()), records_.size()};
+    view_texts_ = bytes_.data() + view_.size_bytes();
     answer_from_view(query);
   }
 
@@ -150,14 +143,27 @@ class LimitSide final : public Side {
     }
   }
 
+  void add_one(uint32_t number) {
+    const Track& track = library_.track(number);
+    const std::string& ident = library_.ident(number);
+    uint32_t* const slot = table_.find(ident, records_, texts_.data());
+    if (*slot != kNone) return;
+    const auto offset = static_cast<uint32_t>(texts_.size());
+    *slot = static_cast<uint32_t>(records_.size());
+    records_.push_back({track, offset});
+    by_artist_[track.artist].push_back(offset);
+    texts_.insert(texts_.end(), ident.c_str(), ident.c_str() + ident.size() + 1);
+    table_.grow(++used_, records_, texts_.data());
+  }
+
   void remove_ident(std::string_view ident) {
     uint32_t* const slot = table_.find(ident, records_, texts_.data());
     const uint32_t at = *slot;
     const char* const last = texts_.data() + records_.back().ident;
     *table_.find(last, records_, texts_.data()) = at;
     *slot = kErased;
-    Numbers& of_artist = by_artist_[records_[at].track.artist];
-    of_artist.erase(std::find(of_artist.begin(), of_artist.end(), records_[at].number));
+    std::vector<uint32_t>& of_artist = by_artist_[records_[at].track.artist];
+    of_artist.erase(std::find(of_artist.begin(), of_artist.end(), records_[at].ident));
     records_[at] = records_.back();
     records_.pop_back();
   }
@@ -178,14 +184,14 @@ class LimitSide final : public Side {
 
   void filter() {
     answer_.clear();
-    for_each_match([&](const Record& record) { answer_.push_back(record.number); });
+    for_each_match([&](const Record& record) { answer_.push_back(view_texts_ + record.ident); });
   }
 
   void shuffle() {
     uint32_t state = 7;
     scored_.clear();
     for_each_match([&](const Record& record) {
-      scored_.push_back({static_cast<int32_t>(next_random(&state)), record.number});
+      scored_.push_back({static_cast<int32_t>(next_random(&state)), record.ident});
     });
     take_best();
   }
@@ -197,7 +203,7 @@ class LimitSide final : public Side {
       const Track& track = record.track;
       const int32_t mood = scores_.mood(track.moods, track.weights);
       if (mood < kSelects && scores_.genre(track.genre) < kSelects) continue;
-      scored_.push_back({order(track, mood, &state), record.number});
+      scored_.push_back({order(track, mood, &state), record.ident});
     }
   }
 
@@ -214,7 +220,7 @@ class LimitSide final : public Side {
       if (taken[track.artist] == 2) continue;
       ++taken[track.artist];
       const int32_t mood = scores_.mood(track.moods, track.weights);
-      scored_.push_back({order(track, mood, &state), record.number});
+      scored_.push_back({order(track, mood, &state), record.ident});
     }
     take_best();
   }
@@ -227,7 +233,7 @@ class LimitSide final : public Side {
     scored_.clear();
     for (const Record& record : view_) {
       const int32_t score = likeness[record.track.artist];
-      if (score != 0) scored_.push_back({score, record.number});
+      if (score != 0) scored_.push_back({score, record.ident});
     }
     std::sort(scored_.begin(), scored_.end(), better);
     take(scored_.size());
@@ -236,8 +242,9 @@ class LimitSide final : public Side {
   void names_equal() {
     answer_.clear();
     for (const std::string& name : library_.questions().names) {
-      const Numbers& tracks = by_artist_[places_.at(name)];
-      answer_.insert(answer_.end(), tracks.begin(), tracks.end());
+      for (const uint32_t ident : by_artist_[places_.at(name)]) {
+        answer_.push_back(view_texts_ + ident);
+      }
     }
   }
 
@@ -250,21 +257,22 @@ class LimitSide final : public Side {
 
   void take(size_t count) {
     answer_.clear();
-    for (size_t i = 0; i < count; ++i) answer_.push_back(scored_[i].number);
+    for (size_t i = 0; i < count; ++i) answer_.push_back(view_texts_ + scored_[i].ident);
   }
 
   const Library& library_;
   SeedScores scores_;
   NameScore name_score_;
   std::unordered_map<std::string_view, uint32_t> places_;  // of the artists, by name
-  std::vector<Numbers> by_artist_;
+  std::vector<std::vector<uint32_t>> by_artist_;           // offsets of idents
   std::vector<Record> records_;
   std::span<const Record> view_;  // what is asked: the records, or their bytes
+  const char* view_texts_ = nullptr;
   std::vector<char> texts_;
   IdentTable table_;
   size_t used_ = 0;
   std::vector<Scored> scored_;
-  Numbers answer_;
+  std::vector<const char*> answer_;
   std::vector<char> bytes_;
 };
 

@@ -4,9 +4,11 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "library.h"
+#include "objects.h"
 
 namespace bench {
 
@@ -29,18 +31,24 @@ class Side {
  public:
   virtual ~Side() = default;
 
-  // Tracks `first` to `last` - 1 of the library.
-  virtual void add(uint32_t first, uint32_t last) = 0;
+  // Adding comes in batches, as an application's data objects do. What a side does between the
+  // first batch and the last is part of the adding.
+  virtual void begin_adding() {}
+  virtual void add(const DataObjects& objects) = 0;
+  virtual void end_adding() {}
   // One by one, by their idents.
   virtual void remove(const Numbers& tracks) = 0;
-  // Is told the idents of all tracks that there are, and becomes so.
-  virtual void synchronize(const Numbers& tracks) = 0;
+  // Is told the idents of all tracks that there are, and becomes so. `fresh` has those that are
+  // new.
+  virtual void synchronize(const Numbers& tracks, const DataObjects& fresh) = 0;
   virtual uint32_t count() = 0;
 
-  // Hands every entry of the answer to the application.
+  // Hands the text of every entry's ident to the application, where it stays until the next run.
   virtual void run(Query query) = 0;
-  // The answer of the last run. Not part of what is measured.
-  virtual Numbers answer() = 0;
+  // The texts of the last run. Not part of what is measured.
+  virtual std::vector<std::string_view> answer() = 0;
+  // Lets go of them.
+  virtual void forget() {}
 
   // Writes everything as bytes, which stay with this side.
   virtual void write() = 0;

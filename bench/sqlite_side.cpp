@@ -1,9 +1,12 @@
 // sqlite_side: SQLite in memory, with integers for all values and prepared statements.
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 
 #include "side.h"
 
@@ -44,10 +47,44 @@ struct Statement {
   std::exit(2);
 }
 
-// A profile in one integer: six bytes.
-int64_t packed(const Track& track) {
+// Places in a list by the ids of its elements.
+class Places {
+ public:
+  explicit Places(const Elements& elements)
+      : places_(*std::max_element(elements.ids.begin(), elements.ids.end()) + 1) {
+    for (size_t i = 1; i < elements.ids.size(); ++i) {
+      places_[elements.ids[i]] = static_cast<uint16_t>(i);
+    }
+  }
+  uint16_t operator[](uint32_t id) const { return places_[id]; }
+
+ private:
+  std::vector<uint16_t> places_;
+};
+
+// Null when there is none.
+const char* read_text(trova_gdo* object, const char* key) {
+  const char* text = nullptr;
+  return trova_manager_gdo_get_value(object, key, 1, &text) == 0 ? text : nullptr;
+}
+
+// 0 when there is none.
+uint32_t read_number(trova_gdo* object, const char* key) {
+  const char* const text = read_text(object, key);
+  return text == nullptr ? 0 : static_cast<uint32_t>(std::strtoul(text, nullptr, 10));
+}
+
+// "id:weight,id:weight" in one integer: a byte for each place and weight.
+int64_t packed(const char* profile, const Places& moods) {
+  if (profile == nullptr) return 0;
   int64_t number = 0;
-  for (int k = 0; k < kMoods; ++k) number = number << 16 | track.moods[k] << 8 | track.weights[k];
+  for (int k = 0; k < kMoods; ++k) {
+    char* end = nullptr;
+    const auto id = static_cast<uint32_t>(std::strtoul(profile, &end, 10));
+    const unsigned long weight = std::strtoul(end + 1, &end, 10);
+    number = number << 16 | moods[id] << 8 | static_cast<int64_t>(weight);
+    profile = end + 1;
+  }
   return number;
 }
 
@@ -86,26 +123,37 @@ class SqliteSide final : public Side {
       : library_(library),
         schema_(schema),
         scores_(library),
-        name_score_(library.artist(library.seed().artist)) {
+        name_score_(library.artist(library.seed().artist)),
+        genre_places_(library.genres),
+        origin_places_(library.origins),
+        type_places_(library.artist_types),
+        mood_places_(library.moods) {
+    for (uint16_t genre = 1; genre < library.genres.ids.size(); ++genre) {
+      plain_genres_.push_back(library.genres.ancestor(genre, 2));
+    }
     db_ = open();
     execute(kTables);
     if (schema == Schema::kIndexed) execute(kIndexes);
     fill_likenesses();
-    add_artists();
     prepare_changes();
   }
   ~SqliteSide() override {
     for (Statement& statement : queries_) finalize(statement);
-    for (Statement* statement : {&insert_, &delete_, &find_, &delete_id_}) finalize(*statement);
+    for (Statement* statement : {&insert_, &insert_artist_, &delete_, &find_, &delete_id_})
+      finalize(*statement);
     sqlite3_close(db_);
     sqlite3_free(bytes_);
   }
 
-  void add(uint32_t first, uint32_t last) override {
-    execute("BEGIN");
-    for (uint32_t number = first; number < last; ++number) add_one(number);
-    execute("COMMIT");
+  void begin_adding() override { execute("BEGIN"); }
+
+  void add(const DataObjects& objects) override {
+    for (uint32_t number = objects.first(); number < objects.last(); ++number) {
+      add_one(number, objects.of(number));
+    }
   }
+
+  void end_adding() override { execute("COMMIT"); }
 
   void remove(const Numbers& tracks) override {
     execute("BEGIN");
@@ -117,7 +165,7 @@ class SqliteSide final : public Side {
   }
 
   // Looks every ident up and marks what it finds: cheaper than a table of what was reported.
-  void synchronize(const Numbers& tracks) override {
+  void synchronize(const Numbers& tracks, const DataObjects& fresh) override {
     std::vector<bool> present(library_.total());
     Numbers missing;
     for (const uint32_t number : tracks) {
@@ -142,7 +190,7 @@ class SqliteSide final : public Side {
       sqlite3_bind_int64(delete_id_.handle, 1, id);
       step(delete_id_);
     }
-    for (const uint32_t number : missing) add_one(number);
+    for (const uint32_t number : missing) add_one(number, fresh.of(number));
     execute("COMMIT");
   }
 
@@ -160,7 +208,11 @@ class SqliteSide final : public Side {
     fetch(statement);
   }
 
-  Numbers answer() override { return answer_; }
+  std::vector<std::string_view> answer() override {
+    std::vector<std::string_view> answer;
+    for (const size_t start : starts_) answer.push_back(texts_.data() + start);
+    return answer;
+  }
 
   void write() override {
     sqlite3_free(bytes_);
@@ -222,10 +274,16 @@ class SqliteSide final : public Side {
     sqlite3_reset(statement.handle);
   }
 
+  // A text of SQLite's lives until the next step, so the application copies it.
   void fetch(Statement& statement) {
-    answer_.clear();
+    starts_.clear();
+    texts_.clear();
     while (sqlite3_step(statement.handle) == SQLITE_ROW) {
-      answer_.push_back(static_cast<uint32_t>(sqlite3_column_int64(statement.handle, 0)));
+      const auto* const ident =
+          reinterpret_cast<const char*>(sqlite3_column_text(statement.handle, 0));
+      const int size = sqlite3_column_bytes(statement.handle, 0);
+      starts_.push_back(texts_.size());
+      texts_.insert(texts_.end(), ident, ident + size + 1);
     }
     sqlite3_reset(statement.handle);
   }
@@ -244,37 +302,46 @@ class SqliteSide final : public Side {
     }
   }
 
-  void add_artists() {
-    Statement statement;
-    prepare(db_, "INSERT INTO artists VALUES(?, ?)", &statement);
-    execute("BEGIN");
-    for (uint32_t place = 1; place < library_.artist_count(); ++place) {
-      sqlite3_bind_int64(statement.handle, 1, place);
-      sqlite3_bind_text(statement.handle, 2, library_.artist(place).c_str(), -1, SQLITE_STATIC);
-      step(statement);
-    }
-    execute("COMMIT");
-  }
-
   void prepare_changes() {
     prepare(db_, "INSERT INTO tracks VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)", &insert_);
+    prepare(db_, "INSERT INTO artists VALUES(?, ?)", &insert_artist_);
     prepare(db_, "DELETE FROM tracks WHERE ident = ?", &delete_);
     prepare(db_, "SELECT id FROM tracks WHERE ident = ?", &find_);
     prepare(db_, "DELETE FROM tracks WHERE id = ?", &delete_id_);
   }
 
-  void add_one(uint32_t number) {
-    const Track& track = library_.track(number);
+  void add_one(uint32_t number, trova_gdo* object) {
+    const uint16_t genre = genre_places_[read_number(object, TROVA_VAL_GENRE_ID)];
+    const uint32_t era = read_number(object, TROVA_VAL_ERA_ID);
+    const uint32_t year = era == 0 ? 0 : era - kYearIds;
+    const int64_t values[] = {genre,
+                              plain_genres_[genre],
+                              year,
+                              year - year % 10,
+                              origin_places_[read_number(object, TROVA_VAL_ORIGIN_ID)],
+                              type_places_[read_number(object, TROVA_VAL_ARTIST_TYPE_ID)],
+                              read_number(object, TROVA_VAL_TEMPO),
+                              packed(read_text(object, TROVA_VAL_MOOD_DATA), mood_places_),
+                              artist_of(read_text(object, TROVA_VAL_ARTIST))};
     const std::string& ident = library_.ident(number);
-    const int64_t values[] = {track.genre,  track.plain_genre, track.year,
-                              track.decade, track.origin,      track.artist_type,
-                              track.tempo,  packed(track),     track.artist};
     sqlite3_bind_int64(insert_.handle, 1, number);
     sqlite3_bind_text(insert_.handle, 2, ident.c_str(), static_cast<int>(ident.size()),
                       SQLITE_STATIC);
     int at = 3;
     for (const int64_t value : values) sqlite3_bind_int64(insert_.handle, at++, value);
     step(insert_);
+  }
+
+  // The application remembers which artists there are: quicker than to ask SQLite.
+  int64_t artist_of(const char* name) {
+    if (name == nullptr) return 0;
+    const auto [at, fresh] = artists_.emplace(name, artists_.size() + 1);
+    if (fresh) {
+      sqlite3_bind_int64(insert_artist_.handle, 1, at->second);
+      sqlite3_bind_text(insert_artist_.handle, 2, name, -1, SQLITE_STATIC);
+      step(insert_artist_);
+    }
+    return at->second;
   }
 
   void bind_ident(Statement& statement, uint32_t number) {
@@ -294,8 +361,9 @@ class SqliteSide final : public Side {
   }
 
   std::string text(Query query) const {
-    const std::string filter = "SELECT id FROM tracks WHERE plain_genre IN (?1, ?2) OR decade = ?3";
-    const std::string more_like = "SELECT id FROM tracks t WHERE " + like("genre") +
+    const std::string filter =
+        "SELECT ident FROM tracks WHERE plain_genre IN (?1, ?2) OR decade = ?3";
+    const std::string more_like = "SELECT ident FROM tracks t WHERE " + like("genre") +
                                   " >= 600 OR mood_like(mood) >= 600" + more_like_order();
     const std::string limit = " LIMIT " + std::to_string(kShort);
     switch (query) {
@@ -309,15 +377,18 @@ class SqliteSide final : public Side {
         return more_like + limit;
       case Query::kTwoPerArtist:
         // Any two of an artist will do, so only those that stay are scored.
-        return "SELECT id FROM (SELECT id, genre, origin, year, type, mood, row_number() OVER "
+        return "SELECT ident FROM (SELECT id, ident, genre, origin, year, type, mood, row_number() "
+               "OVER "
                "(PARTITION BY artist) AS place FROM tracks) t WHERE place <= 2" +
                more_like_order() + limit;
       case Query::kNamesLike:
         return "WITH a AS MATERIALIZED (SELECT id, name_like(name) AS score FROM artists WHERE "
-               "name_like(name) > 0) SELECT t.id FROM a JOIN tracks t ON t.artist = a.id ORDER BY "
+               "name_like(name) > 0) SELECT t.ident FROM a JOIN tracks t ON t.artist = a.id ORDER "
+               "BY "
                "a.score DESC";
       default:
-        return "SELECT id FROM tracks WHERE artist IN (SELECT id FROM artists WHERE name IN (?1" +
+        return "SELECT ident FROM tracks WHERE artist IN (SELECT id FROM artists WHERE name IN "
+               "(?1" +
                rest_of_names() + "))";
     }
   }
@@ -350,9 +421,13 @@ class SqliteSide final : public Side {
   SeedScores scores_;
   NameScore name_score_;
   sqlite3* db_ = nullptr;
-  Statement insert_, delete_, find_, delete_id_;
+  Places genre_places_, origin_places_, type_places_, mood_places_;
+  std::vector<uint16_t> plain_genres_ = {0};  // of each genre: the genre that it lies in
+  std::unordered_map<std::string, int64_t> artists_;
+  Statement insert_, insert_artist_, delete_, find_, delete_id_;
   Statement queries_[static_cast<size_t>(Query::kNamesEqual) + 1];
-  Numbers answer_;
+  std::vector<char> texts_;
+  std::vector<size_t> starts_;
   unsigned char* bytes_ = nullptr;
   sqlite3_int64 size_ = 0;
 };

@@ -1,8 +1,6 @@
 // trova_side: the library itself, through its public functions.
 #include <algorithm>
 #include <string>
-#include <string_view>
-#include <unordered_map>
 
 #include "side.h"
 #include "trova_manager.h"
@@ -26,18 +24,20 @@ class TrovaSide final : public Side {
   explicit TrovaSide(const Library& library) : library_(library) {
     require(trova_playlist_collection_create("bench", &collection_), "create");
     require(trova_manager_user_create("bench", &user_), "user");
-    seed_ = describe(library.questions().seed);
+    seed_ = describe(library, library.questions().seed);
     write_statements();
   }
   ~TrovaSide() override {
-    trova_playlist_results_release(results_);
+    forget();
     trova_playlist_collection_release(collection_);
     trova_manager_gdo_release(seed_);
     trova_manager_user_release(user_);
   }
 
-  void add(uint32_t first, uint32_t last) override {
-    for (uint32_t number = first; number < last; ++number) add_one(collection_, number);
+  void add(const DataObjects& objects) override {
+    for (uint32_t number = objects.first(); number < objects.last(); ++number) {
+      add_one(collection_, number, objects);
+    }
   }
 
   void remove(const Numbers& tracks) override {
@@ -47,12 +47,12 @@ class TrovaSide final : public Side {
     }
   }
 
-  void synchronize(const Numbers& tracks) override {
+  void synchronize(const Numbers& tracks, const DataObjects& fresh) override {
     for (const uint32_t number : tracks) {
       const char* const ident = library_.ident(number).c_str();
       require(trova_playlist_collection_sync_ident_add(collection_, ident), "report");
     }
-    if (numbers_.empty()) number_idents();
+    fresh_ = &fresh;
     require(trova_playlist_collection_sync_process(collection_, follow, this), "synchronize");
   }
 
@@ -73,11 +73,11 @@ class TrovaSide final : public Side {
     }
   }
 
-  Numbers answer() override {
-    if (numbers_.empty()) number_idents();
-    Numbers answer;
-    for (const char* const ident : entries_) answer.push_back(numbers_.at(ident));
-    return answer;
+  std::vector<std::string_view> answer() override { return {entries_.begin(), entries_.end()}; }
+
+  void forget() override {
+    trova_playlist_results_release(results_);
+    results_ = nullptr;
   }
 
   void write() override {
@@ -99,50 +99,11 @@ class TrovaSide final : public Side {
     require(trova_playlist_collection_release(read), "release");
   }
 
-  // What the synchronisation needs, made outside of what is measured.
-  void number_idents() {
-    for (uint32_t i = 0; i < library_.total(); ++i) {
-      numbers_.emplace(library_.ident(i), i);
-    }
-  }
-
  private:
-  trova_gdo* describe(uint32_t number) const {
-    const Track& track = library_.track(number);
-    trova_gdo* gdo = nullptr;
-    require(trova_manager_gdo_create(TROVA_CTX_TRACK, &gdo), "data object");
-    const auto add = [gdo](const char* key, uint32_t value) {
-      if (value != 0) require(trova_manager_gdo_add_number(gdo, key, value), key);
-    };
-    add(TROVA_VAL_GENRE_ID, library_.genres.ids[track.genre]);
-    add(TROVA_VAL_ERA_ID, track.year == 0 ? 0 : 40000u + track.year);
-    add(TROVA_VAL_ORIGIN_ID, library_.origins.ids[track.origin]);
-    add(TROVA_VAL_ARTIST_TYPE_ID, library_.artist_types.ids[track.artist_type]);
-    add(TROVA_VAL_TEMPO, track.tempo);
-    if (track.artist != 0) add_text(gdo, TROVA_VAL_ARTIST, library_.artist(track.artist));
-    if (track.moods[0] != 0) add_text(gdo, TROVA_VAL_MOOD_DATA, profile(track));
-    return gdo;
-  }
-
-  static void add_text(trova_gdo* gdo, const char* key, const std::string& text) {
-    require(trova_manager_gdo_add_value(gdo, key, text.c_str()), key);
-  }
-
-  std::string profile(const Track& track) const {
-    std::string text;
-    for (int k = 0; k < kMoods; ++k) {
-      if (k > 0) text += ',';
-      text += std::to_string(library_.moods.ids[track.moods[k]]) + ':' +
-              std::to_string(track.weights[k]);
-    }
-    return text;
-  }
-
-  void add_one(trova_playlist_collection* collection, uint32_t number) const {
-    trova_gdo* const gdo = describe(number);
+  void add_one(trova_playlist_collection* collection, uint32_t number,
+               const DataObjects& objects) const {
     const char* const ident = library_.ident(number).c_str();
-    require(trova_playlist_collection_ident_add(collection, ident, gdo), "add");
-    trova_manager_gdo_release(gdo);
+    require(trova_playlist_collection_ident_add(collection, ident, objects.of(number)), "add");
   }
 
   static void follow(void* user_data, trova_playlist_collection* collection, const char* ident,
@@ -152,7 +113,7 @@ class TrovaSide final : public Side {
     if (status == TROVA_PLAYLIST_SYNC_REMOVE) {
       require(trova_playlist_collection_ident_remove(collection, ident), "remove");
     } else {
-      self->add_one(collection, self->numbers_.at(ident));
+      self->add_one(collection, self->library_.number(ident), *self->fresh_);
     }
   }
 
@@ -162,7 +123,7 @@ class TrovaSide final : public Side {
       return "qx_genre = " + std::to_string(library_.genres.ids[questions.genres[i]]);
     };
     const std::string filter = "genpl where " + genre(0) + " or " + genre(1) +
-                               " or qx_era = " + std::to_string(30000 + questions.decade);
+                               " or qx_era = " + std::to_string(kDecadeIds + questions.decade);
     const std::string limit = " limit " + std::to_string(kShort) + " results";
     std::string names = "genpl where ";
     for (size_t i = 0; i < questions.names.size(); ++i) {
@@ -188,8 +149,7 @@ class TrovaSide final : public Side {
 
   template <typename Generate>
   void hand_over(Generate generate) {
-    trova_playlist_results_release(results_);
-    results_ = nullptr;
+    forget();
     require(generate(&results_), "generate");
     uint32_t count = 0;
     require(trova_playlist_results_count(results_, &count), "count");
@@ -206,7 +166,7 @@ class TrovaSide final : public Side {
   trova_playlist_results* results_ = nullptr;  // keeps the texts of the entries alive
   std::vector<const char*> entries_;
   std::string statements_[static_cast<size_t>(Query::kNamesEqual) + 1];
-  std::unordered_map<std::string_view, uint32_t> numbers_;
+  const DataObjects* fresh_ = nullptr;  // while synchronising
   std::vector<char> bytes_;
 };
 
