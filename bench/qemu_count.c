@@ -3,7 +3,7 @@
  * number for each workload, on the standard error.
  *
  * What it needs of the plugin interface is declared here, since distributions leave qemu's header
- * out: version 1, which qemu keeps.
+ * out: version 1 of it, as qemu 7 and 8 have it.
  */
 #include <inttypes.h>
 #include <stdbool.h>
