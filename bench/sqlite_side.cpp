@@ -1,4 +1,7 @@
 // sqlite_side: SQLite in memory, with integers for all values and prepared statements.
+//
+// Statements select idents directly: to select ids, and then the idents of what LIMIT leaves, was
+// never quicker.
 #include <sqlite3.h>
 
 #include <algorithm>
@@ -13,6 +16,10 @@
 namespace bench {
 
 namespace {
+
+// What was quicker than the default, as is SQLITE_OPEN_NOMUTEX. A larger cache and temporary tables
+// in memory are not.
+const char kSettings[] = "PRAGMA journal_mode = OFF";
 
 const char kTables[] =
     "CREATE TABLE artists(id INTEGER PRIMARY KEY, name TEXT COLLATE NOCASE UNIQUE);"
@@ -132,6 +139,7 @@ class SqliteSide final : public Side {
       plain_genres_.push_back(library.genres.ancestor(genre, 2));
     }
     db_ = open();
+    execute(kSettings);
     execute(kTables);
     if (schema == Schema::kIndexed) execute(kIndexes);
     fill_likenesses();
@@ -237,7 +245,8 @@ class SqliteSide final : public Side {
  private:
   sqlite3* open() {
     sqlite3* db = nullptr;
-    if (sqlite3_open(":memory:", &db) != SQLITE_OK) fail(db);
+    constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+    if (sqlite3_open_v2(":memory:", &db, kFlags, nullptr) != SQLITE_OK) fail(db);
     const auto add = [&](const char* name, Function function, void* data) {
       if (sqlite3_create_function(db, name, 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, data, function,
                                   nullptr, nullptr) != SQLITE_OK) {
