@@ -112,7 +112,8 @@ bool agree(const char* side, const char* row, const Numbers& answer, const Numbe
   std::set_symmetric_difference(answer.begin(), answer.end(), expected.begin(), expected.end(),
                                 std::back_inserter(differing));
   if (differing.empty()) return true;
-  std::printf("%s: %s: %zu of %zu entries differ\n", side, row, differing.size(), expected.size());
+  std::fprintf(stderr, "%s: %s: %zu of %zu entries differ\n", side, row, differing.size(),
+               expected.size());
   return differing.size() * kTolerated <= expected.size();
 }
 
@@ -183,6 +184,7 @@ class Comparison {
         for (const Workload& workload : reading()) measure(name, library_, workload, side.get());
         run_registered();
       }
+      side->run(Query::kMoreLike50);  // sorts the values
       change(name, side.get());
     }
   }
