@@ -51,14 +51,8 @@ class Counter final : public Meter {
 #error "counting needs valgrind's header, Debian's package valgrind"
 #endif
 
-class NotCounted final : public Meter {
- public:
-  void start() override {}
-  void stop() override {}
-};
-
 std::unique_ptr<Side> filled(const Library& library) {
-  NotCounted nothing;
+  NotMeasured nothing;
   std::unique_ptr<Side> side = make_trova(library);
   kAdd.run(library, side.get(), &nothing);
   return side;
@@ -115,7 +109,7 @@ class Runner {
   const char* id_;
   std::unique_ptr<Side> side_;
   Counter counter_;
-  NotCounted nothing_;
+  NotMeasured nothing_;
 };
 
 void list() {

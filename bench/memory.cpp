@@ -20,12 +20,6 @@ constexpr size_t kBytesOfText = 16;  // beside the text itself
 constexpr double kMostOfCollection = 1.5;
 constexpr double kMostOfEntry = 64;
 
-class Ignored final : public Meter {
- public:
-  void start() override {}
-  void stop() override {}
-};
-
 trova_manager_memory_stats stats() {
   trova_manager_memory_stats now = {};
   require(trova_manager_memory_stats_get(&now), "memory");
@@ -114,11 +108,11 @@ size_t selected(const Library& library, Side* side, Query query) {
 }  // namespace
 
 void report_memory(const Library& library) {
-  Ignored ignored;
+  NotMeasured nothing;
   const size_t own = OwnBytes(library).total();
   const size_t before = stats().bytes_in_use;
   const std::unique_ptr<Side> side = make_trova(library);
-  const size_t building = peak_of([&] { kAdd.run(library, side.get(), &ignored); });
+  const size_t building = peak_of([&] { kAdd.run(library, side.get(), &nothing); });
   std::printf("\n| memory at %u tracks | bytes at most | that is | aim |\n|---|--:|---|--:|\n",
               library.count());
   std::printf("| building it, with %u data objects at a time | %zu | | |\n", kBatch, building);
