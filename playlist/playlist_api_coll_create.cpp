@@ -1,5 +1,6 @@
 // playlist_api_coll_create: making, naming, counting and deleting collections.
 #include "playlist_collection.h"
+#include "playlist_column.h"
 #include "playlist_error.h"
 #include "playlist_services.h"
 #include "vrel_memory.h"
@@ -143,6 +144,7 @@ uint32_t playlist_collection_adopt_attribute(Collection* collection, const char*
 void _playlist_attrinfo_delete(void* info, uint32_t /*size*/) {
   if (info == nullptr) return;
   auto* const record = static_cast<AttributeInfo*>(info);
+  playlist_column_delete(record->column);
   if (record->values != nullptr) static_cast<void>(vrel_vector2_delete(record->values));
   vrel_memory_free(record);
 }

@@ -91,12 +91,12 @@ uint32_t get_entry(IdentView* view, const char* attribute, ViewCacheEntry** out_
 }
 
 // The first value of an ident; the sort decides which one that is.
-uint32_t find_value(vrel_vector2* values, uint32_t ident, ValueEntry* out) {
+uint32_t find_value(AttributeInfo* info, uint32_t ident, ValueEntry* out) {
   uint32_t index = 0;
   void* element = nullptr;
-  PL_TRY(vrel_vector2_sort(values, playlist_attrdata_compare_ident, 0));
-  PL_TRY(playlist_attrdata_find_ident(values, ident, &index));
-  PL_TRY(vrel_vector2_getindex(values, index, &element));
+  PL_TRY(playlist_attrinfo_sort(info));
+  PL_TRY(playlist_attrdata_find_ident(info->values, ident, &index));
+  PL_TRY(vrel_vector2_getindex(info->values, index, &element));
   *out = *static_cast<const ValueEntry*>(element);
   return 0;
 }
@@ -126,7 +126,7 @@ uint32_t read_value(IdentView* view, const char* key, const char** out_text) {
   ViewCacheEntry* entry = nullptr;
   ValueEntry value = {};
   PL_TRY(get_entry(view, attribute, &entry));
-  PL_TRY(find_value(entry->info->values, view->ident, &value));
+  PL_TRY(find_value(entry->info, view->ident, &value));
   return value.kind == kValueString ? render_string(view, entry, value.value, key, out_text)
                                     : render_integer(view, entry, value.value, key, out_text);
 }

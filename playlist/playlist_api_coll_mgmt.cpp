@@ -1,5 +1,8 @@
 // playlist_api_coll_mgmt: adding, asking for and removing the idents of a collection.
+#include <cstddef>
+
 #include "playlist_collection.h"
+#include "playlist_column.h"
 #include "playlist_error.h"
 #include "playlist_services.h"
 #include "vrel_layout.h"
@@ -55,6 +58,7 @@ uint32_t intern_ident(Capture* capture, uint32_t* out_id) {
 uint32_t append_value(Capture* capture, uint32_t kind, uint32_t value) {
   ValueEntry entry = {kind, value, 0};
   PL_TRY(intern_ident(capture, &entry.ident));
+  playlist_attrinfo_values_changed(capture->context.attrinfo);
   return vrel_vector2_add(capture->context.attrinfo->values, &entry, sizeof entry, nullptr);
 }
 
@@ -106,13 +110,14 @@ uint32_t entries_end(vrel_vector2* values, uint32_t ident, uint32_t first) {
 }
 
 // Deletes every entry of the ident. The vector is left sorted by ident.
-uint32_t delete_entries(vrel_vector2* values, uint32_t ident) {
-  PL_TRY(vrel_vector2_sort(values, playlist_attrdata_compare_ident, 0));
+uint32_t delete_entries(AttributeInfo* info, uint32_t ident) {
+  PL_TRY(playlist_attrinfo_sort(info));
   uint32_t first = 0;
-  const uint32_t code = playlist_attrdata_find_ident(values, ident, &first);
+  const uint32_t code = playlist_attrdata_find_ident(info->values, ident, &first);
   if (playlist_not_found(code)) return 0;
   if (code != 0) return code;
-  return vrel_vector2_deleterange(values, first, entries_end(values, ident, first) - 1);
+  playlist_attrinfo_values_changed(info);
+  return vrel_vector2_deleterange(info->values, first, entries_end(info->values, ident, first) - 1);
 }
 
 }  // namespace
@@ -122,6 +127,20 @@ int32_t playlist_attrdata_compare_ident(const void* a, const void* b, uint32_t /
   const uint32_t ident_b = static_cast<const ValueEntry*>(b)->ident;
   if (ident_a == ident_b) return 0;
   return ident_a > ident_b ? -1 : 1;
+}
+
+uint32_t playlist_attrinfo_sort(AttributeInfo* info) {
+  if (info->sorted) return 0;
+  playlist_attrinfo_values_changed(info);
+  const vrel_vector2_key key = {offsetof(ValueEntry, ident), UINT32_MAX, kVrelTiesRare};
+  PL_TRY(vrel_vector2_sort_by_key(info->values, playlist_attrdata_compare_ident, &key));
+  info->sorted = true;
+  return 0;
+}
+
+void playlist_attrinfo_values_changed(AttributeInfo* info) {
+  playlist_column_delete(info->column);
+  info->column = nullptr;
 }
 
 uint32_t playlist_attrdata_find_ident(vrel_vector2* values, uint32_t ident, uint32_t* out_index) {
@@ -170,7 +189,7 @@ uint32_t playlist_collection_remove_ident(Collection* collection, const char* id
   uint32_t code = 0;
   AttributeInfo* info = nullptr;
   for (uint32_t i = 0; playlist_collection_attrinfo_at(collection, i, &info) == 0; ++i) {
-    code = delete_entries(info->values, id);
+    code = delete_entries(info, id);
     if (code != 0) break;
   }
   return VREL_LOG_HERE(code);

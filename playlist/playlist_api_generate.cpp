@@ -1,4 +1,5 @@
 // playlist_api_generate: checking statements and generating playlists.
+#include "playlist_column.h"
 #include "playlist_error.h"
 #include "playlist_owner.h"
 #include "playlist_pdl.h"
@@ -38,7 +39,9 @@ uint32_t run_parsed(vrel_vector* actions, trova_gdo* seed, Collection* collectio
   PL_TRY(_playlist_pdl_setup_actions(actions, seed));
   ResultsOwner results;
   PL_TRY(_playlist_results_create(collection, results.out()));
-  PL_TRY(_playlist_pdl_perform_actions(actions, results.get()));
+  const uint32_t code = _playlist_pdl_perform_actions(actions, results.get());
+  playlist_columns_forget_answers(collection);
+  PL_TRY(code);
   *out_results = results.take();
   return 0;
 }

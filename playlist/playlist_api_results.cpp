@@ -63,6 +63,21 @@ uint32_t _playlist_results_add_result(Results* results, const PdlNode* producer,
   return vrel_vector2_add(results->entries, &entry, sizeof entry, nullptr);
 }
 
+uint32_t _playlist_results_append(Results* results, const ResultEntry* entries, uint32_t count) {
+  results->distinct = false;
+  if (vrel_vector2_sorted(results->entries) == 0) {
+    return vrel_vector2_append_n(results->entries, entries, count, sizeof *entries);
+  }
+  for (uint32_t i = 0; i < count; ++i) {
+    PL_TRY(vrel_vector2_add(results->entries, &entries[i], sizeof *entries, nullptr));
+  }
+  return 0;
+}
+
+uint32_t _playlist_results_reserve(Results* results, uint32_t count) {
+  return count == 0 ? 0 : vrel_vector2_reserve(results->entries, count);
+}
+
 uint32_t _playlist_results_merge(Results* destination, Results* source) {
   destination->distinct = false;
   uint32_t last = 0;

@@ -45,9 +45,23 @@ uint32_t playlist_attributes_initialize();
 // Gives back what the attributes share. The registry itself is deleted by its caller.
 uint32_t playlist_attributes_shutdown();
 
+// What the library knows of its own providers, beyond their slots. Null operations: nothing.
+struct AttributeTraits {
+  // A prepared comparison gives the same answer about a value each time, and nobody sees it asked.
+  bool remembers;
+  // The text that a comparison is after when it holds for no other, letter case ignored; else null.
+  const char* (*wanted_text)(const void* context);
+  // Whether two prepared comparisons answer the same about every value.
+  bool (*same_answers)(const void* a, const void* b);
+};
+
 // Copies the record into the registry. Slots 0 to 3 must be set. Names are not compared: of two
 // providers of one name new collections take the later.
-uint32_t playlist_register_attribute(const AttributeProvider* provider);
+uint32_t playlist_register_attribute(const AttributeProvider* provider,
+                                     const AttributeTraits& traits = {});
+
+// The traits of a provider of the registry.
+const AttributeTraits& playlist_attribute_traits(const AttributeProvider* provider);
 
 // The provider at an index of the registry.
 uint32_t playlist_attributes_get(uint32_t index, const AttributeProvider** out_provider);

@@ -28,12 +28,15 @@ static_assert(sizeof(ValueEntry) == 12, "value entries are twelve bytes everywhe
 static_assert(offsetof(ValueEntry, value) == 4 && offsetof(ValueEntry, ident) == 8,
               "kind, value, ident");
 
+struct ValueColumn;
+
 // One attribute of a collection.
 struct AttributeInfo {
   const AttributeProvider* provider;  // borrowed from the registry
   vrel_vector2* values;               // of ValueEntry, in the order of capture until first sorted
+  ValueColumn* column;                // of the values as they stand, owned; null until asked for
+  bool sorted;                        // by ident, through playlist_attrinfo_sort
 };
-VREL_LAYOUT_SIZE(AttributeInfo, 8);
 VREL_LAYOUT_FIELD(AttributeInfo, provider, 0);
 VREL_LAYOUT_FIELD(AttributeInfo, values, 4);
 
@@ -137,6 +140,13 @@ uint32_t playlist_collection_revive_ident(Collection* collection, uint32_t id, c
 #pragma GCC visibility push(hidden)
 int32_t playlist_attrdata_compare_ident(const void* a, const void* b, uint32_t size);
 #pragma GCC visibility pop
+
+// Sorts the values by playlist_attrdata_compare_ident, unless they are. They stay sorted: from then
+// on entries are added at their place.
+uint32_t playlist_attrinfo_sort(AttributeInfo* info);
+
+// To be called with every change of the values.
+void playlist_attrinfo_values_changed(AttributeInfo* info);
 
 // Finds the first entry of an ident in a vector that is sorted by playlist_attrdata_compare_ident.
 uint32_t playlist_attrdata_find_ident(vrel_vector2* values, uint32_t ident, uint32_t* out_index);

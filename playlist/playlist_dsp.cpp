@@ -49,6 +49,11 @@ uint32_t count_weights(const RawMoodVector& raw) {
   return count;
 }
 
+// The place on an axis for a sum of weighted scores.
+int32_t place_of(uint32_t sum) {
+  return clamp(static_cast<int32_t>(sum) / 1000, -kCoordinateLimit, kCoordinateLimit);
+}
+
 // Places the first `count` pairs on the axis of one mood. A score that cannot be had drops its
 // pair.
 int32_t project(const RawMoodVector& raw, uint32_t count, trova_correlate_set* axis) {
@@ -58,7 +63,52 @@ int32_t project(const RawMoodVector& raw, uint32_t count, trova_correlate_set* a
     if (g_playlist_lists_interface->correlate_score(axis, raw.ids[i], &score) != 0) continue;
     sum += raw.weights[i] * static_cast<uint32_t>(score);
   }
-  return clamp(static_cast<int32_t>(sum) / 1000, -kCoordinateLimit, kCoordinateLimit);
+  return place_of(sum);
+}
+
+// The scores of one mood on all axes, 0 where it has none. False when one could not be had now:
+// such an answer is not remembered.
+bool read_row(const NormalizedMoodVector& seed, uint32_t id, int32_t* out_row) {
+  bool complete = true;
+  for (uint32_t k = 0; k < seed.count; ++k) {
+    trova_correlate_set* const axis = seed.correlate_sets[k];
+    int32_t score = 0;
+    uint32_t code = 0;
+    if (axis != nullptr) {
+      code = g_playlist_lists_interface->correlate_score(axis, id, &score);
+    }
+    complete = complete && !vrel_failed(code);
+    out_row[k] = code == 0 ? score : 0;
+  }
+  return complete;
+}
+
+// A record of the memo: the mood, whether it is known, and its row.
+constexpr uint32_t kMemoBits = 9;
+constexpr uint32_t kMemoRecords = 1u << kMemoBits;
+constexpr uint32_t kMemoHead = 2;
+
+uint32_t* memo_record(MoodMemo* memo, const NormalizedMoodVector& seed, uint32_t id) {
+  const uint32_t size = kMemoHead + seed.count;
+  if (memo->slots == nullptr) {
+    memo->slots = static_cast<uint32_t*>(vrel_memory_calloc(kMemoRecords, size * sizeof(uint32_t)));
+    if (memo->slots == nullptr) return nullptr;
+  }
+  return memo->slots + ((id * 0x9e3779b9u) >> (32 - kMemoBits)) * size;
+}
+
+// The row of one mood. `spare` has room for it where the memo cannot be made.
+const int32_t* row_of(const NormalizedMoodVector& seed, uint32_t id, MoodMemo* memo,
+                      int32_t* spare) {
+  uint32_t* const record = memo != nullptr ? memo_record(memo, seed, id) : nullptr;
+  auto* const row = record != nullptr ? reinterpret_cast<int32_t*>(record + kMemoHead) : spare;
+  if (record != nullptr && record[0] == id && record[1] != 0) return row;
+  const bool complete = read_row(seed, id, row);
+  if (record != nullptr) {
+    record[0] = id;
+    record[1] = complete ? 1 : 0;
+  }
+  return row;
 }
 
 // Null when the table has no such mood, or there is no table.
@@ -148,19 +198,42 @@ uint32_t dsp_mood_normalize_vector(const RawMoodVector* raw, NormalizedMoodVecto
   return 0;
 }
 
+bool dsp_mood_same_place(const NormalizedMoodVector* a, const NormalizedMoodVector* b) {
+  if (a == nullptr || b == nullptr || a->count != b->count) return false;
+  for (uint32_t k = 0; k < a->count; ++k) {
+    const bool same_axis = (a->correlate_sets[k] == nullptr) == (b->correlate_sets[k] == nullptr);
+    const bool same_place =
+        !(a->coordinates[k] < b->coordinates[k]) && !(a->coordinates[k] > b->coordinates[k]);
+    if (a->ids[k] != b->ids[k] || !same_axis || !same_place) return false;
+  }
+  return true;
+}
+
+void playlist_mood_memo_clear(MoodMemo* memo) {
+  vrel_memory_free(memo->slots);
+  memo->slots = nullptr;
+}
+
 uint32_t dsp_mood_similarity(const NormalizedMoodVector* seed, const RawMoodVector* raw,
-                             int32_t* out_score) {
+                             MoodMemo* memo, int32_t* out_score) {
   if (seed == nullptr || raw == nullptr || out_score == nullptr) return kDspNothing;
   if (seed->count == 0 || raw->count == 0) {
     *out_score = 0;
     return kDspNothing;
   }
   const uint32_t count = count_weights(*raw);
+  uint32_t sums[kMoodPairs] = {};  // signed arithmetic that wraps
+  for (uint32_t i = 0; i < count; ++i) {
+    int32_t spare[kMoodPairs];
+    const int32_t* const row = row_of(*seed, raw->ids[i], memo, spare);
+    for (uint32_t k = 0; k < seed->count; ++k) {
+      sums[k] += raw->weights[i] * static_cast<uint32_t>(row[k]);
+    }
+  }
   float total = 0.0f;
   for (uint32_t k = 0; k < seed->count; ++k) {
-    trova_correlate_set* const axis = seed->correlate_sets[k];
     const auto a = static_cast<int32_t>(seed->coordinates[k]);
-    const int32_t b = axis != nullptr && count > 0 ? project(*raw, count, axis) : 0;
+    const int32_t b = place_of(sums[k]);
     const float difference = static_cast<float>(a) / 100.0f - static_cast<float>(b) / 100.0f;
     total += difference * difference;
   }

@@ -50,10 +50,20 @@ void playlist_delete_normalized_mood_vector(NormalizedMoodVector* vector);
 uint32_t dsp_mood_normalize_vector(const RawMoodVector* raw, NormalizedMoodVector* out_vector,
                                    trova_correlates* correlates);
 
+// Whether two profiles stand in one place, measured on the same axes.
+bool dsp_mood_same_place(const NormalizedMoodVector* a, const NormalizedMoodVector* b);
+
+// What moods score on the axes of one profile, as far as it was asked. Starts as zeros.
+struct MoodMemo {
+  uint32_t* slots;  // owned; null until the first question, and without memory
+};
+void playlist_mood_memo_clear(MoodMemo* memo);
+
 // 1000 for the same place down to -1000 for the largest possible distance. 0, or kDspNothing:
-// without pointers; and, with the score 0, when either vector has no pairs.
+// without pointers; and, with the score 0, when either vector has no pairs. `memo` belongs to the
+// seed and may be null.
 uint32_t dsp_mood_similarity(const NormalizedMoodVector* seed, const RawMoodVector* raw,
-                             int32_t* out_score);
+                             MoodMemo* memo, int32_t* out_score);
 
 // 1000 for the same point of the tempo scale down to -727. 0, or kDspNothing without `out_score`.
 uint32_t dsp_primary_tempo_similarity(uint32_t tempo_a, uint32_t tempo_b, int32_t* out_score);

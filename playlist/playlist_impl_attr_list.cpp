@@ -4,7 +4,6 @@
 #include "playlist_error.h"
 #include "playlist_gdo_read.h"
 #include "playlist_list_service.h"
-#include "playlist_score_cache.h"
 #include "playlist_services.h"
 #include "vrel_layout.h"
 #include "vrel_memory.h"
@@ -31,7 +30,6 @@ struct ListContext {
   LoadedList loaded;
   trova_correlate_set* correlate_set;  // of `value`, for LIKE; null: none
   vrel_vector* texts;                  // handed out by render; null until the first
-  ScoreCache cache;                    // of LIKE, by captured id
 };
 VREL_LAYOUT_FIELD(ListContext, magic, 0);
 VREL_LAYOUT_FIELD(ListContext, op, 4);
@@ -266,15 +264,9 @@ uint32_t playlist_list_set_value_from_seed(const ListAttribute& attribute, void*
 
 uint32_t playlist_list_evaluate(const ListAttribute& attribute, void* context, uint32_t value,
                                 int32_t* out_score) {
-  ListContext* const self = context_of(context);
-  const auto evaluate = [&](int32_t* out) {
-    return attribute.compares_ranges ? evaluate_range(*self, value, out)
-                                     : evaluate_value(*self, value, out);
-  };
-  // The other operators cost no more than looking for a remembered answer.
-  const uint32_t code = self->op == TROVA_PLAYLIST_OP_LIKE
-                            ? playlist_score_cached(&self->cache, value, out_score, evaluate)
-                            : evaluate(out_score);
+  const ListContext& self = *context_of(context);
+  const uint32_t code = attribute.compares_ranges ? evaluate_range(self, value, out_score)
+                                                  : evaluate_value(self, value, out_score);
   return log_error(attribute, __LINE__, code);
 }
 
@@ -290,11 +282,11 @@ uint32_t playlist_list_delete_context(void* context) {
   if (self->texts != nullptr) static_cast<void>(vrel_vector_delete(self->texts));
   playlist_release_list(self->loaded);
   static_cast<void>(g_playlist_lists_interface->correlate_set_release(self->correlate_set));
-  playlist_score_cache_clear(&self->cache);
   vrel_memory_free(self);
   return 0;
 }
 
 uint32_t playlist_list_register(const ListAttribute& attribute, const AttributeProvider& provider) {
-  return log_error(attribute, __LINE__, playlist_register_attribute(&provider));
+  return log_error(attribute, __LINE__,
+                   playlist_register_attribute(&provider, {true, nullptr, nullptr}));
 }

@@ -8,7 +8,6 @@
 #include "playlist_error.h"
 #include "playlist_gdo_read.h"
 #include "playlist_list_service.h"
-#include "playlist_score_cache.h"
 #include "playlist_services.h"
 #include "vrel_layout.h"
 #include "vrel_memory.h"
@@ -45,7 +44,7 @@ struct MoodContext {
   RawMoodVector profile;               // the seed's
   NormalizedMoodVector* normalized;    // the seed's profile in place; null without one
   vrel_vector* texts;                  // handed out by render; null until the first
-  ScoreCache cache;  // by id, or by the address of a profile's text, which never moves
+  MoodMemo memo;                       // of the axes of `normalized`
 };
 VREL_LAYOUT_FIELD(MoodContext, magic, 0);
 VREL_LAYOUT_FIELD(MoodContext, op, 4);
@@ -153,24 +152,28 @@ uint32_t score_id(const MoodContext& context, uint32_t id, int32_t* out_score) {
   });
 }
 
-uint32_t evaluate_id(MoodContext* context, uint32_t id, int32_t* out_score) {
+uint32_t evaluate_id(const MoodContext& context, uint32_t id, int32_t* out_score) {
   *out_score = 0;
-  if (context->has_profile != 0) return 0;
-  return playlist_score_cached(&context->cache, id, out_score,
-                               [&](int32_t* out) { return score_id(*context, id, out); });
+  return context.has_profile != 0 ? 0 : score_id(context, id, out_score);
 }
 
-uint32_t score_profile(const MoodContext& context, const char* text, int32_t* out_score) {
+uint32_t score_profile(MoodContext* context, const char* text, int32_t* out_score) {
   RawMoodVector profile;
   PL_TRY(playlist_fill_mood_vector(text, &profile));
-  return dsp_mood_similarity(context.normalized, &profile, out_score);
+  return dsp_mood_similarity(context->normalized, &profile, &context->memo, out_score);
 }
 
 uint32_t evaluate_profile(MoodContext* context, const char* text, int32_t* out_score) {
   *out_score = 0;
-  if (context->has_profile == 0) return 0;
-  return playlist_score_cached(&context->cache, reinterpret_cast<uintptr_t>(text), out_score,
-                               [&](int32_t* out) { return score_profile(*context, text, out); });
+  return context->has_profile == 0 ? 0 : score_profile(context, text, out_score);
+}
+
+// Of one seed every profile keeps the same distance.
+bool same_answers(const void* a, const void* b) {
+  const auto* const first = static_cast<const MoodContext*>(a);
+  const auto* const second = static_cast<const MoodContext*>(b);
+  if (first->op != second->op || first->has_profile == 0 || second->has_profile == 0) return false;
+  return dsp_mood_same_place(first->normalized, second->normalized);
 }
 
 // ------------------------------------------------------------------------------ Rendering
@@ -237,7 +240,7 @@ uint32_t set_value_from_seed(void* context, uint32_t op, trova_gdo* seed) {
 }
 
 uint32_t evaluate_integer(void* context, uint32_t id, int32_t* out_score) {
-  return VREL_LOG_HERE(evaluate_id(context_of(context), id, out_score));
+  return VREL_LOG_HERE(evaluate_id(*context_of(context), id, out_score));
 }
 
 uint32_t evaluate_string(void* context, const char* text, int32_t* out_score) {
@@ -263,10 +266,10 @@ uint32_t delete_context(void* context) {
   if (context == nullptr) return 0;
   MoodContext* const self = context_of(context);
   playlist_delete_normalized_mood_vector(self->normalized);
+  playlist_mood_memo_clear(&self->memo);
   if (self->texts != nullptr) static_cast<void>(vrel_vector_delete(self->texts));
   playlist_release_list(self->loaded);
   static_cast<void>(g_playlist_lists_interface->correlate_set_release(self->correlate_set));
-  playlist_score_cache_clear(&self->cache);
   vrel_memory_free(self);
   return 0;
 }
@@ -282,7 +285,7 @@ constexpr AttributeProvider kProvider = {
 
 uint32_t playlist_initialize_attribute_mood() {
   PL_TRY(playlist_dsp_initialize());
-  return VREL_LOG_HERE(playlist_register_attribute(&kProvider));
+  return VREL_LOG_HERE(playlist_register_attribute(&kProvider, {true, nullptr, same_answers}));
 }
 
 uint32_t playlist_shutdown_attribute_mood() {

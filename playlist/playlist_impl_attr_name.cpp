@@ -2,7 +2,6 @@
 #include "playlist_impl_attr_name.h"
 
 #include "playlist_error.h"
-#include "playlist_score_cache.h"
 #include "playlist_services.h"
 #include "vrel_layout.h"
 #include "vrel_memory.h"
@@ -30,7 +29,6 @@ struct NameContext {
   uint32_t op;
   char* value;            // what texts are compared with, owned; null until set
   vrel_bigrams* bigrams;  // of `value`, sorted, for LIKE; null: not made
-  ScoreCache cache;       // LIKE scores by the address of the captured text, which never moves
 };
 VREL_LAYOUT_FIELD(NameContext, magic, 0);
 VREL_LAYOUT_FIELD(NameContext, op, 4);
@@ -63,27 +61,25 @@ int32_t score_like(const NameContext& context, const char* text) {
   return static_cast<int32_t>(static_cast<uint32_t>(likeness * 1000.0f));
 }
 
-uint32_t remember_like(NameContext* context, const char* text, int32_t* out_score) {
-  return playlist_score_cached(&context->cache, reinterpret_cast<uintptr_t>(text), out_score,
-                               [&](int32_t* out) {
-                                 *out = score_like(*context, text);
-                                 return uint32_t{0};
-                               });
-}
-
-uint32_t evaluate(NameContext* context, const char* text, int32_t* out_score) {
-  switch (context->op) {
+uint32_t evaluate(const NameContext& context, const char* text, int32_t* out_score) {
+  switch (context.op) {
     case TROVA_PLAYLIST_OP_EQUAL:
-      *out_score = playlist_score_of(vrel_string_equal(text, context->value, 1));
+      *out_score = playlist_score_of(vrel_string_equal(text, context.value, 1));
       return 0;
     case TROVA_PLAYLIST_OP_NOT_EQUAL:
-      *out_score = playlist_score_of(!vrel_string_equal(text, context->value, 1));
+      *out_score = playlist_score_of(!vrel_string_equal(text, context.value, 1));
       return 0;
     case TROVA_PLAYLIST_OP_LIKE:
-      return remember_like(context, text, out_score);
+      *out_score = score_like(context, text);
+      return 0;
     default:
       return PLERR_Unsupported;
   }
+}
+
+const char* wanted_text(const void* context) {
+  const auto* const self = static_cast<const NameContext*>(context);
+  return self->op == TROVA_PLAYLIST_OP_EQUAL ? self->value : nullptr;
 }
 
 }  // namespace
@@ -128,7 +124,7 @@ uint32_t playlist_name_set_value_from_seed(const NameAttribute& attribute, void*
 
 uint32_t playlist_name_evaluate(const NameAttribute& attribute, void* context, const char* text,
                                 int32_t* out_score) {
-  return log_error(attribute, __LINE__, evaluate(context_of(context), text, out_score));
+  return log_error(attribute, __LINE__, evaluate(*context_of(context), text, out_score));
 }
 
 uint32_t playlist_name_render(const NameAttribute& attribute, const char* text, const char* key,
@@ -145,11 +141,11 @@ uint32_t playlist_name_delete_context(void* context) {
   NameContext* const self = context_of(context);
   vrel_string_free(self->value);
   vrel_string_bigrams_delete(self->bigrams);
-  playlist_score_cache_clear(&self->cache);
   vrel_memory_free(self);
   return 0;
 }
 
 uint32_t playlist_name_register(const NameAttribute& attribute, const AttributeProvider& provider) {
-  return log_error(attribute, __LINE__, playlist_register_attribute(&provider));
+  return log_error(attribute, __LINE__,
+                   playlist_register_attribute(&provider, {true, wanted_text, nullptr}));
 }

@@ -212,5 +212,5 @@ constexpr AttributeProvider kProvider = {
 }  // namespace
 
 uint32_t playlist_initialize_attribute_tempo() {
-  return VREL_LOG_HERE(playlist_register_attribute(&kProvider));
+  return VREL_LOG_HERE(playlist_register_attribute(&kProvider, {true, nullptr, nullptr}));
 }

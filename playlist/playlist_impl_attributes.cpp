@@ -1,6 +1,8 @@
 // playlist_impl_attributes: the registry of attribute providers and the map of value keys.
 #include "playlist_attributes.h"
 
+#include <cstddef>
+
 #include "playlist_error.h"
 #include "vrel_memory.h"
 #include "vrel_spinlock.h"
@@ -52,6 +54,13 @@ constexpr uint32_t (*kBuiltIns[])() = {
     playlist_initialize_attribute_mood,      playlist_initialize_attribute_tempo,
 };
 
+// What the registry points to. Whoever has the provider has the record.
+struct Registered {
+  AttributeProvider provider;
+  AttributeTraits traits;
+};
+static_assert(offsetof(Registered, provider) == 0, "a provider's address is its record's");
+
 // Guards the making of the key map, which the first data view asks for.
 vrel_spinlock g_key_map_lock;
 
@@ -93,17 +102,22 @@ uint32_t playlist_attributes_shutdown() {
   return playlist_shutdown_attribute_mood();
 }
 
-uint32_t playlist_register_attribute(const AttributeProvider* provider) {
+uint32_t playlist_register_attribute(const AttributeProvider* provider,
+                                     const AttributeTraits& traits) {
   if (provider == nullptr || provider->get_name == nullptr || provider->capture == nullptr ||
       provider->create_context == nullptr || provider->enum_operators == nullptr) {
     return VREL_LOG_HERE(PLERR_InvalidArg);
   }
-  auto* record = static_cast<AttributeProvider*>(vrel_memory_alloc(sizeof *provider));
+  auto* record = static_cast<Registered*>(vrel_memory_alloc(sizeof(Registered)));
   if (record == nullptr) return VREL_LOG_HERE(PLERR_NoMemory);
-  *record = *provider;
+  *record = {*provider, traits};
   const uint32_t code = vrel_vector2_add(g_playlist_attribute_mgr, &record, sizeof record, nullptr);
   if (code != 0) vrel_memory_free(record);
   return code;
+}
+
+const AttributeTraits& playlist_attribute_traits(const AttributeProvider* provider) {
+  return reinterpret_cast<const Registered*>(provider)->traits;
 }
 
 uint32_t playlist_attributes_get(uint32_t index, const AttributeProvider** out_provider) {

@@ -64,6 +64,7 @@ constexpr uint32_t kPdlModeAdd = 0;     // add an entry for each ident that sati
 constexpr uint32_t kPdlModeFilter = 1;  // remove the entries that fail it
 
 struct PdlNode;
+struct PdlScores;
 
 // Prepares one node. Its children are prepared after it, by the walk.
 using PdlSetup = uint32_t (*)(PdlNode* node, trova_gdo* seed);
@@ -81,6 +82,7 @@ struct PdlRun {
   uint32_t stage;     // calls so far
   Results* selected;  // AND in add mode: what its children select; owned
   int32_t* values;    // the left side's values, one per entry; owned
+  PdlScores* scores;  // in ORDER: of the entries; owned by the node of ORDER itself
 };
 
 struct PdlNode {

@@ -1,10 +1,11 @@
 // playlist_pdl_actions: prepares parsed statements and performs them on a collection's entries.
 #include <cstddef>
+#include <cstring>
 
 #include "playlist_error.h"
 #include "playlist_pdl.h"
+#include "playlist_pdl_evaluate.h"
 #include "playlist_results.h"
-#include "playlist_walk.h"
 #include "vrel_memory.h"
 #include "vrel_random.h"
 #include "vrel_string.h"
@@ -33,19 +34,19 @@ bool is_operand_comparison(const PdlNode* node) {
   return node->setup == _playlist_pdl_setup_ident_op_ident;
 }
 
-// Evaluation looks for its identifier on the left: one on the right is prepared, never matches.
-bool is_usable(const PdlNode* comparison) {
-  return comparison->left->usable != 0;
-}
-
 // Makes `child` the next node to perform, on behalf of its parent.
-uint32_t enter_child(PdlNode* child, Results* results, uint32_t mode, PdlNode** enter) {
+uint32_t enter_child(PdlNode* child, Results* results, uint32_t mode, PdlScores* scores,
+                     PdlNode** enter) {
   if (child == nullptr || child->perform == nullptr) {
     return log_error(__LINE__, PLERR_Unsupported);
   }
-  child->run = {results, mode, 0, nullptr, nullptr};
+  child->run = {results, mode, 0, nullptr, nullptr, scores};
   *enter = child;
   return 0;
+}
+
+uint32_t enter_child(PdlNode* child, Results* results, uint32_t mode, PdlNode** enter) {
+  return enter_child(child, results, mode, nullptr, enter);
 }
 
 // Performs a tree. Every node is called until it enters no more children, then its parent is called
@@ -112,108 +113,9 @@ uint32_t setup_tree(PdlNode* root, trova_gdo* seed) {
   return 0;
 }
 
-// -------------------------------------------------------------------------------- Evaluation
-
-// How well one captured value meets a prepared comparison. Warnings come back with their score.
-uint32_t evaluate(const PdlNode* identifier, Collection* collection, const ValueEntry& record,
-                  int32_t* out_score) {
-  *out_score = 0;
-  const AttributeProvider* const provider = identifier->attribute->provider;
-  if (record.kind == kValueInteger) {
-    return playlist_provider_evaluate_integer(provider, identifier->context, record.value,
-                                              out_score);
-  }
-  const char* text = nullptr;
-  PL_TRY(vrel_stringtable_get_value(collection->values, record.value, &text));
-  return playlist_provider_evaluate_string(provider, identifier->context, text, out_score);
-}
-
-// Adds an entry for every value of the attribute that does not score 0.
-uint32_t add_matches(PdlNode* node, Results* results) {
-  const PdlNode* const identifier = node->left;
-  Collection* const collection = results->collection;
-  return playlist_for_each<ValueEntry>(
-      identifier->attribute->values, [&](const ValueEntry& record) -> uint32_t {
-        int32_t score = 0;
-        const uint32_t code = evaluate(identifier, collection, record, &score);
-        if (vrel_failed(code)) return code;
-        return score == 0 ? 0 : _playlist_results_add_result(results, node, record, score);
-      });
-}
-
-struct MatchFilter {
-  const PdlNode* identifier;
-  Collection* collection;
-};
-
-// An entry is judged by the record that admitted it, whichever attribute that is of.
-uint32_t keep_match(void* element, void* context, uint8_t* out_keep) {
-  const auto* const filter = static_cast<const MatchFilter*>(context);
-  const ValueEntry& record = static_cast<const ResultEntry*>(element)->record;
-  int32_t score = 0;
-  const uint32_t code = evaluate(filter->identifier, filter->collection, record, &score);
-  *out_keep = score != 0 ? 1 : 0;
-  return vrel_failed(code) ? code : 0;
-}
-
-uint32_t filter_matches(PdlNode* node, Results* results) {
-  if (!is_usable(node)) return vrel_vector2_clear(results->entries);
-  MatchFilter filter = {node->left, results->collection};
-  return vrel_vector2_retain(results->entries, keep_match, &filter);
-}
-
-void clear_scores(Results* results) {
-  static_cast<void>(playlist_for_each<ResultEntry>(results->entries, [](ResultEntry& entry) {
-    entry.score = 0;
-    return uint32_t{0};
-  }));
-}
-
-// The record of an ident for an attribute, in a vector sorted by ident.
-uint32_t find_record(vrel_vector2* values, uint32_t ident, const ValueEntry** out_record) {
-  uint32_t index = 0;
-  void* element = nullptr;
-  PL_TRY(playlist_attrdata_find_ident(values, ident, &index));
-  PL_TRY(vrel_vector2_getindex(values, index, &element));
-  *out_record = static_cast<const ValueEntry*>(element);
-  return 0;
-}
-
-// Gives every entry the score of its ident's record for the compared attribute, 0 where there is
-// none. A failure leaves that entry at 0 and the next one is scored; the result is that of the last
-// entry: its lookup's, or its evaluation's when that failed.
-uint32_t score_entries(PdlNode* node, Results* results) {
-  if (!is_usable(node)) {
-    clear_scores(results);
-    return 0;
-  }
-  const PdlNode* const identifier = node->left;
-  vrel_vector2* const values = identifier->attribute->values;
-  // Looking up is what sorts the values, so without entries they stay in the order of capture.
-  if (playlist_results_count(results) == 0) return 0;
-  PL_TRY(vrel_vector2_sort(values, playlist_attrdata_compare_ident, 0));
-  uint32_t last = 0;
-  PL_TRY(playlist_for_each<ResultEntry>(results->entries, [&](ResultEntry& entry) {
-    entry.score = 0;
-    const ValueEntry* record = nullptr;
-    last = find_record(values, entry.record.ident, &record);
-    if (last != 0) return uint32_t{0};
-    int32_t score = 0;
-    const uint32_t code = evaluate(identifier, results->collection, *record, &score);
-    if (vrel_failed(code)) {
-      last = code;
-    } else {
-      entry.score = score;
-    }
-    return uint32_t{0};
-  }));
-  return last;
-}
-
 // -------------------------------------------------------------------------------- Two sides
 // Comparisons of expressions and arithmetic work on two sides, each a number or the entries'
-// scores. The right side's scores stand in the entries; the left side's are copied before the right
-// side is performed.
+// scores. The left side's scores are copied before the right side is performed.
 
 struct Sides {
   const PdlNode* node;
@@ -231,25 +133,19 @@ Sides make_sides(const PdlNode* node, const int32_t* values) {
   return {node, values, number_of(node->left), number_of(node->right), 0};
 }
 
-// The values of both sides for the next entry.
-void next_values(Sides* sides, const ResultEntry& entry, int32_t* out_left, int32_t* out_right) {
-  int32_t left = entry.score;
-  if (sides->values != nullptr) left = sides->values[sides->index];
+// The values of both sides for the next entry, whose score is the one that stands.
+void next_values(Sides* sides, int32_t score, int32_t* out_left, int32_t* out_right) {
+  const int32_t left = sides->values != nullptr ? sides->values[sides->index] : score;
   *out_left = is_number(sides->node->left) ? sides->left_number : left;
-  *out_right = is_number(sides->node->right) ? sides->right_number : entry.score;
+  *out_right = is_number(sides->node->right) ? sides->right_number : score;
   ++sides->index;
 }
 
-uint32_t copy_scores(Results* results, int32_t** out_values) {
-  const size_t count = playlist_results_count(results);
-  if (count == 0) return 0;
-  auto* const values = static_cast<int32_t*>(vrel_memory_calloc(count, sizeof(int32_t)));
+uint32_t copy_scores(const PdlScores& scores, int32_t** out_values) {
+  if (scores.count == 0) return 0;
+  auto* const values = static_cast<int32_t*>(vrel_memory_calloc(scores.count, sizeof(int32_t)));
   if (values == nullptr) return PLERR_NoMemory;
-  int32_t* next = values;
-  static_cast<void>(playlist_for_each<ResultEntry>(results->entries, [&](const ResultEntry& entry) {
-    *next++ = entry.score;
-    return uint32_t{0};
-  }));
+  memcpy(values, scores.scores, scores.count * sizeof *values);
   *out_values = values;
   return 0;
 }
@@ -303,16 +199,23 @@ uint32_t keep_if_holds(void* element, void* context, uint8_t* out_keep) {
   auto* const sides = static_cast<Sides*>(context);
   int32_t left = 0;
   int32_t right = 0;
-  next_values(sides, *static_cast<const ResultEntry*>(element), &left, &right);
+  next_values(sides, static_cast<const ResultEntry*>(element)->score, &left, &right);
   *out_keep = holds(sides->node->kind, left, right) ? 1 : 0;
   return 0;
 }
 
-// Scores the entries for a side that is a comparison with an operand. A missing record is no reason
-// to stop here.
-uint32_t score_side(PdlNode* side, Results* results) {
-  const uint32_t code = score_entries(side, results);
+// A missing record is no reason to stop here.
+uint32_t score_side(const PdlNode* side, PdlScores* scores) {
+  const uint32_t code = playlist_pdl_score(side, scores);
   return vrel_failed(code) ? code : 0;
+}
+
+// Scores the given sides, null for none, the left one's values aside.
+uint32_t score_sides(PdlNode* node, const PdlNode* left, const PdlNode* right, PdlScores* scores) {
+  if (left != nullptr) PL_TRY(score_side(left, scores));
+  if (right == nullptr) return 0;
+  if (!is_number(node->left)) PL_TRY(copy_scores(*scores, &node->run.values));
+  return score_side(right, scores);
 }
 
 // Filters by an expression comparison whose side `scored` has its scores in the entries already;
@@ -320,12 +223,18 @@ uint32_t score_side(PdlNode* side, Results* results) {
 // the scores as they stand.
 uint32_t filter_by_sides(PdlNode* node, const PdlNode* scored) {
   Results* const results = node->run.results;
-  if (node->left != scored && is_operand_comparison(node->left)) {
-    PL_TRY(score_side(node->left, results));
-  }
-  if (node->right != scored && is_operand_comparison(node->right)) {
-    if (!is_number(node->left)) PL_TRY(copy_scores(results, &node->run.values));
-    PL_TRY(score_side(node->right, results));
+  const auto to_score = [=](const PdlNode* side) {
+    return side != scored && is_operand_comparison(side) ? side : nullptr;
+  };
+  const PdlNode* const left = to_score(node->left);
+  const PdlNode* const right = to_score(node->right);
+  if (left != nullptr || right != nullptr) {
+    PdlScores* scores = nullptr;
+    PL_TRY(playlist_pdl_scores_create(results, &scores));
+    const uint32_t code = score_sides(node, left, right, scores);
+    playlist_pdl_scores_store(scores);
+    playlist_pdl_scores_delete(scores);
+    PL_TRY(code);
   }
   Sides sides = make_sides(node, node->run.values);
   return vrel_vector2_retain(results->entries, keep_if_holds, &sides);
@@ -340,6 +249,8 @@ int32_t compare_score(const void* a, const void* b, uint32_t /*size*/) {
   return wrap(score_b - score_a);
 }
 
+constexpr vrel_vector2_key kByScore = {offsetof(ResultEntry, score), INT32_MAX, kVrelTiesCommon};
+
 // Highest group first.
 int32_t compare_group(const void* a, const void* b, uint32_t /*size*/) {
   const uint32_t group_a = static_cast<const ResultEntry*>(a)->group.value;
@@ -347,6 +258,9 @@ int32_t compare_group(const void* a, const void* b, uint32_t /*size*/) {
   if (group_a == group_b) return 0;
   return group_a > group_b ? -1 : 1;
 }
+
+constexpr vrel_vector2_key kByGroup = {offsetof(ResultEntry, group.value), UINT32_MAX,
+                                       kVrelTiesCommon};
 
 struct GroupFilter {
   uint32_t limit;
@@ -366,37 +280,27 @@ uint32_t keep_within_group(void* element, void* context, uint8_t* out_keep) {
   return 0;
 }
 
-// An ident without a record for the attribute belongs to group 0.
-void set_groups(Results* results, vrel_vector2* values) {
-  static_cast<void>(playlist_for_each<ResultEntry>(results->entries, [&](ResultEntry& entry) {
-    const ValueEntry* record = nullptr;
-    entry.group = {};
-    if (find_record(values, entry.record.ident, &record) == 0) entry.group = *record;
-    return uint32_t{0};
-  }));
-}
-
 // Which members of a group stay follows the sort by group, not the score.
 uint32_t limit_per(const PdlNode* node, Results* results, uint32_t limit, uint32_t count) {
   AttributeInfo* info = nullptr;
   PL_TRY(playlist_collection_get_attrinfo(results->collection, node->right->text, &info));
-  PL_TRY(vrel_vector2_sort(info->values, playlist_attrdata_compare_ident, 0));
+  PL_TRY(playlist_attrinfo_sort(info));
   if (limit == 0 || limit >= count) return 0;
 
-  set_groups(results, info->values);
-  PL_TRY(vrel_vector2_sort(results->entries, compare_group, 0));
+  playlist_pdl_set_groups(results, info);
+  PL_TRY(vrel_vector2_sort_by_key(results->entries, compare_group, &kByGroup));
   GroupFilter filter = {limit, 0, 0};
   return vrel_vector2_retain(results->entries, keep_within_group, &filter);
 }
 
 uint32_t limit_entries(const PdlNode* node, Results* results) {
   if (!has_children(node) || !is_number(node->left)) return PLERR_Unsupported;
-  PL_TRY(vrel_vector2_sort(results->entries, compare_score, 0));
   const uint32_t limit = vrel_string_atou32(node->left->text);
-  const uint32_t count = playlist_results_count(results);
-  if (node->right->kind != kPdlResults) return limit_per(node, results, limit, count);
-  if (limit >= count) return 0;
-  return vrel_vector2_deleterange(results->entries, limit, count - 1);
+  if (node->right->kind == kPdlResults) {
+    return vrel_vector2_sort_first(results->entries, compare_score, &kByScore, limit);
+  }
+  PL_TRY(vrel_vector2_sort_by_key(results->entries, compare_score, &kByScore));
+  return limit_per(node, results, limit, playlist_results_count(results));
 }
 
 // --------------------------------------------------------------------------------- Actions
@@ -487,22 +391,21 @@ uint32_t perform_expr_op_expr(PdlNode* node, uint32_t child_code, PdlNode** ente
   PdlNode* const performed = is_number(node->left) ? node->right : node->left;
   if (run.stage == 0) return enter_child(performed, run.results, kPdlModeAdd, enter);
   PL_TRY(child_code);
-  if (is_operand_comparison(performed) && !is_usable(performed)) return 0;
+  if (is_operand_comparison(performed) && !playlist_pdl_is_usable(performed)) return 0;
   return filter_by_sides(node, performed);
 }
 
 // ------------------------------------------------------------------------ Steps of ORDER
 
 void calculate_scores(PdlNode* node) {
+  const PdlScores& scores = *node->run.scores;
   Sides sides = make_sides(node, node->run.values);
-  static_cast<void>(
-      playlist_for_each<ResultEntry>(node->run.results->entries, [&](ResultEntry& entry) {
-        int32_t left = 0;
-        int32_t right = 0;
-        next_values(&sides, entry, &left, &right);
-        entry.score = calculate(node->kind, left, right);
-        return uint32_t{0};
-      }));
+  for (uint32_t i = 0; i < scores.count; ++i) {
+    int32_t left = 0;
+    int32_t right = 0;
+    next_values(&sides, scores.scores[i], &left, &right);
+    scores.scores[i] = calculate(node->kind, left, right);
+  }
 }
 
 // What the children answer is not looked at: an ident that lacks an attribute scores 0 for it and
@@ -511,28 +414,27 @@ uint32_t perform_arithmetic(PdlNode* node, PdlNode** enter) {
   if (!has_children(node)) return PLERR_Unsupported;
   PdlRun& run = node->run;
   if (run.stage == 0 && !is_number(node->left) &&
-      enter_child(node->left, run.results, run.mode, enter) == 0) {
+      enter_child(node->left, run.results, run.mode, run.scores, enter) == 0) {
     return 0;
   }
   if (run.stage <= 1 && !is_number(node->right)) {
-    if (!is_number(node->left)) PL_TRY(copy_scores(run.results, &run.values));
+    if (!is_number(node->left)) PL_TRY(copy_scores(*run.scores, &run.values));
     run.stage = 1;
-    if (enter_child(node->right, run.results, run.mode, enter) == 0) return 0;
+    if (enter_child(node->right, run.results, run.mode, run.scores, enter) == 0) return 0;
   }
   calculate_scores(node);
   return 0;
 }
 
-uint32_t draw_scores(const PdlNode* node, Results* results) {
+void draw_scores(const PdlNode* node, PdlScores* scores) {
   const uint32_t modulus = vrel_string_atou32(node->left->text);
   // Without a seed, or with 0, the numbers come from the state that all draws share.
   uint32_t own_state = vrel_string_atou32(node->right->text);
   uint32_t* const state = own_state != 0 ? &own_state : nullptr;
-  return playlist_for_each<ResultEntry>(results->entries, [&](ResultEntry& entry) {
+  for (uint32_t i = 0; i < scores->count; ++i) {
     const uint32_t number = vrel_random_rand(state);
-    entry.score = wrap(modulus == 0 ? number : number % modulus);
-    return uint32_t{0};
-  });
+    scores->scores[i] = wrap(modulus == 0 ? number : number % modulus);
+  }
 }
 
 }  // namespace
@@ -556,7 +458,7 @@ uint32_t _playlist_pdl_setup_ident_op_ident(PdlNode* node, trova_gdo* seed) {
 uint32_t _playlist_pdl_perform_actions(vrel_vector* actions, Results* results) {
   PL_TRY(vrel_vector_sort(actions, compare_actions, 0));
   PL_TRY(for_each_action(actions, [&](PdlNode* action) { return perform_tree(action, results); }));
-  return log_error(__LINE__, vrel_vector2_sort(results->entries, compare_score, 0));
+  return log_error(__LINE__, vrel_vector2_sort_by_key(results->entries, compare_score, &kByScore));
 }
 
 uint32_t _playlist_pdl_perform_where(PdlNode* node, uint32_t child_code, PdlNode** enter) {
@@ -565,8 +467,17 @@ uint32_t _playlist_pdl_perform_where(PdlNode* node, uint32_t child_code, PdlNode
 }
 
 uint32_t _playlist_pdl_perform_order(PdlNode* node, uint32_t child_code, PdlNode** enter) {
-  if (node->run.stage != 0) return child_code;
-  return enter_child(node->right, node->run.results, node->run.mode, enter);
+  PdlRun& run = node->run;
+  uint32_t code = child_code;
+  if (run.stage == 0) {
+    PL_TRY(playlist_pdl_scores_create(run.results, &run.scores));
+    code = enter_child(node->right, run.results, run.mode, run.scores, enter);
+    if (code == 0) return 0;
+  }
+  playlist_pdl_scores_store(run.scores);
+  playlist_pdl_scores_delete(run.scores);
+  run.scores = nullptr;
+  return code;
 }
 
 uint32_t _playlist_pdl_perform_whereall(PdlNode* node, uint32_t /*child_code*/,
@@ -593,9 +504,9 @@ uint32_t _playlist_pdl_perform_where_id_op_id(PdlNode* node, uint32_t /*child_co
   Results* const results = node->run.results;
   uint32_t code = 0;
   if (node->run.mode == kPdlModeFilter) {
-    code = filter_matches(node, results);
-  } else if (is_usable(node)) {
-    code = add_matches(node, results);
+    code = playlist_pdl_filter_matches(node, results);
+  } else if (playlist_pdl_is_usable(node)) {
+    code = playlist_pdl_add_matches(node, results);
   }
   return log_error(__LINE__, code);
 }
@@ -616,13 +527,14 @@ uint32_t _playlist_pdl_perform_order_op_order(PdlNode* node, uint32_t /*child_co
 
 uint32_t _playlist_pdl_perform_score_id_op_id(PdlNode* node, uint32_t /*child_code*/,
                                               PdlNode** /*enter*/) {
-  return log_error(__LINE__, score_entries(node, node->run.results));
+  return log_error(__LINE__, playlist_pdl_score(node, node->run.scores));
 }
 
 uint32_t _playlist_pdl_perform_score_rand(PdlNode* node, uint32_t /*child_code*/,
                                           PdlNode** /*enter*/) {
   if (!has_children(node)) return log_error(__LINE__, PLERR_Unsupported);
-  return log_error(__LINE__, draw_scores(node, node->run.results));
+  draw_scores(node, node->run.scores);
+  return 0;
 }
 
 uint32_t _playlist_pdl_perform_limit(PdlNode* node, uint32_t /*child_code*/, PdlNode** /*enter*/) {

@@ -51,6 +51,13 @@ uint32_t _playlist_results_create(Collection* collection, Results** out_results)
 uint32_t _playlist_results_add_result(Results* results, const PdlNode* producer,
                                       const ValueEntry& record, int32_t score);
 
+// Appends entries, all or none; in results that are sorted each goes to its place, as far as they
+// find room.
+uint32_t _playlist_results_append(Results* results, const ResultEntry* entries, uint32_t count);
+
+// Makes room for so many more entries.
+uint32_t _playlist_results_reserve(Results* results, uint32_t count);
+
 // Adds a copy of every entry of `source`, in its order. Answers what the last addition answered.
 uint32_t _playlist_results_merge(Results* destination, Results* source);
 

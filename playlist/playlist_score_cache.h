@@ -7,13 +7,14 @@
 
 #include <cstdint>
 
+#include "playlist_collection.h"
 #include "vrel_error.h"
 
-// One place per hash of the key; a value that meets another in its place replaces it.
+// One place per hash of the value; a value that meets another in its place replaces it.
 struct ScoreCacheSlot {
-  uintptr_t key;  // the value, or the address of its text
+  uint32_t value;
+  uint32_t kind;
   int32_t score;
-  uint32_t code;
   uint32_t used;
 };
 
@@ -22,23 +23,21 @@ struct ScoreCache {
   ScoreCacheSlot* slots;
 };
 
-// True when the value was met: then score and code are what was answered. A score that the answer
-// left alone is remembered as 0.
-bool playlist_score_cache_find(ScoreCache* cache, uintptr_t key, int32_t* out_score,
-                               uint32_t* out_code);
+// True when the value was met: then the score is what was answered.
+bool playlist_score_cache_find(const ScoreCache* cache, const ValueEntry& value,
+                               int32_t* out_score);
 
 // Remembers an answer.
-void playlist_score_cache_put(ScoreCache* cache, uintptr_t key, int32_t score, uint32_t code);
+void playlist_score_cache_put(ScoreCache* cache, const ValueEntry& value, int32_t score);
 
-// The answer of `ask`, which takes an out score and returns a code, unless it is known already.
-// Failures are not remembered: the next question may fare better.
+// The score that `ask` sets, unless it is known already. Failures are not remembered: the next
+// question may fare better. Warnings are not repeated.
 template <typename Ask>
-uint32_t playlist_score_cached(ScoreCache* cache, uintptr_t key, int32_t* out_score, Ask ask) {
-  uint32_t code = 0;
-  if (playlist_score_cache_find(cache, key, out_score, &code)) return code;
-  *out_score = 0;
-  code = ask(out_score);
-  if (!vrel_failed(code)) playlist_score_cache_put(cache, key, *out_score, code);
+uint32_t playlist_score_cached(ScoreCache* cache, const ValueEntry& value, int32_t* out_score,
+                               Ask ask) {
+  if (playlist_score_cache_find(cache, value, out_score)) return 0;
+  const uint32_t code = ask(out_score);
+  if (!vrel_failed(code)) playlist_score_cache_put(cache, value, *out_score);
   return code;
 }
 

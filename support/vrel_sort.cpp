@@ -20,22 +20,43 @@ static constexpr uint32_t kInvalidArg = 0x900f0001u;
 // Up to here the quicksort runs to its end, whatever it costs.
 static constexpr uint32_t kPlainCount = 1024;
 
-// One call of vrel_utils_qsort. Elements are named by their index, ranges by [low, high).
-struct Sort {
+// Elements of any size that only a comparison can order. Elements are named by their index, ranges
+// by [low, high).
+struct Elements {
   char* base;
   size_t size;  // of an element, in bytes
   vrel_utils_compare compare;
   void* context;
-  bool plain;       // up to kPlainCount elements: nothing but the quicksort itself
-  uint64_t budget;  // comparisons that the quicksort may still spend, unless plain
 };
 
-static char* _vrel_sort_at(const Sort& sort, uint32_t index) {
-  return sort.base + size_t{index} * sort.size;
+// Keys that are ordered by their upper halves.
+struct Keys {
+  uint64_t* base;
+};
+
+// How far a sort has come.
+struct Course {
+  bool plain;       // up to kPlainCount elements: nothing but the quicksort itself
+  uint64_t budget;  // comparisons that the quicksort may still spend, unless plain
+  uint32_t wanted;  // places behind these need not be right
+};
+
+static char* _vrel_sort_at(const Elements& elements, uint32_t index) {
+  return elements.base + size_t{index} * elements.size;
 }
 
-static int32_t _vrel_sort_compare(const Sort& sort, uint32_t a, uint32_t b) {
-  return sort.compare(_vrel_sort_at(sort, a), _vrel_sort_at(sort, b), sort.context);
+static int32_t _vrel_sort_compare(const Elements& elements, uint32_t a, uint32_t b) {
+  return elements.compare(_vrel_sort_at(elements, a), _vrel_sort_at(elements, b), elements.context);
+}
+
+static uint32_t _vrel_sort_upper(uint64_t key) {
+  return static_cast<uint32_t>(key >> 32);
+}
+
+static int32_t _vrel_sort_compare(const Keys& keys, uint32_t a, uint32_t b) {
+  const uint32_t upper_a = _vrel_sort_upper(keys.base[a]);
+  const uint32_t upper_b = _vrel_sort_upper(keys.base[b]);
+  return (upper_a > upper_b) - (upper_a < upper_b);
 }
 
 // ---- Moving elements ----
@@ -51,67 +72,77 @@ static void _vrel_sort_swap_block(char* a, char* b) {
   memcpy(b, from_a, N);
 }
 
-static void _vrel_sort_swap(const Sort& sort, uint32_t first, uint32_t second) {
-  char* a = _vrel_sort_at(sort, first);
-  char* b = _vrel_sort_at(sort, second);
-  size_t left = sort.size;
+static void _vrel_sort_swap(const Elements& elements, uint32_t first, uint32_t second) {
+  char* a = _vrel_sort_at(elements, first);
+  char* b = _vrel_sort_at(elements, second);
+  size_t left = elements.size;
   for (; left >= 16; left -= 16, a += 16, b += 16) _vrel_sort_swap_block<16>(a, b);
   for (; left >= 4; left -= 4, a += 4, b += 4) _vrel_sort_swap_block<4>(a, b);
   for (; left > 0; --left, ++a, ++b) _vrel_sort_swap_block<1>(a, b);
 }
 
-static void _vrel_sort_reverse(const Sort& sort, uint32_t low, uint32_t high) {
-  for (; low + 1 < high; ++low, --high) _vrel_sort_swap(sort, low, high - 1);
+static void _vrel_sort_swap(const Keys& keys, uint32_t first, uint32_t second) {
+  const uint64_t key = keys.base[first];
+  keys.base[first] = keys.base[second];
+  keys.base[second] = key;
+}
+
+template <typename Items>
+static void _vrel_sort_reverse(const Items& items, uint32_t low, uint32_t high) {
+  for (; low + 1 < high; ++low, --high) _vrel_sort_swap(items, low, high - 1);
 }
 
 // Moves the first element behind all others of the range.
-static void _vrel_sort_rotate(const Sort& sort, uint32_t low, uint32_t high) {
-  for (; low + 1 < high; ++low) _vrel_sort_swap(sort, low, low + 1);
+template <typename Items>
+static void _vrel_sort_rotate(const Items& items, uint32_t low, uint32_t high) {
+  for (; low + 1 < high; ++low) _vrel_sort_swap(items, low, low + 1);
 }
 
 // ---- Heap sort: when not even half a range of memory is there ----
 
 // Sinks the element at `root` of the heap [low, high) to its place; roots count from 0.
-static void _vrel_sort_sink(const Sort& sort, uint32_t low, uint32_t high, uint32_t root) {
+template <typename Items>
+static void _vrel_sort_sink(const Items& items, uint32_t low, uint32_t high, uint32_t root) {
   const uint32_t count = high - low;
   for (uint64_t child = uint64_t{root} * 2 + 1; child < count; child = uint64_t{root} * 2 + 1) {
     auto larger = static_cast<uint32_t>(child);
-    if (larger + 1 < count && _vrel_sort_compare(sort, low + larger, low + larger + 1) < 0) {
+    if (larger + 1 < count && _vrel_sort_compare(items, low + larger, low + larger + 1) < 0) {
       ++larger;
     }
-    if (_vrel_sort_compare(sort, low + root, low + larger) >= 0) return;
-    _vrel_sort_swap(sort, low + root, low + larger);
+    if (_vrel_sort_compare(items, low + root, low + larger) >= 0) return;
+    _vrel_sort_swap(items, low + root, low + larger);
     root = larger;
   }
 }
 
-static void _vrel_sort_heap(const Sort& sort, uint32_t low, uint32_t high) {
+template <typename Items>
+static void _vrel_sort_heap(const Items& items, uint32_t low, uint32_t high) {
   for (uint32_t root = (high - low) / 2; root > 0; --root) {
-    _vrel_sort_sink(sort, low, high, root - 1);
+    _vrel_sort_sink(items, low, high, root - 1);
   }
   for (; high - low > 1; --high) {
-    _vrel_sort_swap(sort, low, high - 1);
-    _vrel_sort_sink(sort, low, high - 1, 0);
+    _vrel_sort_swap(items, low, high - 1);
+    _vrel_sort_sink(items, low, high - 1, 0);
   }
 }
 
-// ---- Merge sort ----
+// ---- Merge sort, of elements ----
 
 // Merges the sorted [low, middle) and [middle, high), the left one winning ties. `spare` has room
 // for the left one.
-static void _vrel_sort_merge_runs(const Sort& sort, uint32_t low, uint32_t middle, uint32_t high,
-                                  char* spare) {
-  if (_vrel_sort_compare(sort, middle - 1, middle) <= 0) return;
-  const size_t size = sort.size;
-  char* to = _vrel_sort_at(sort, low);
-  const char* right = _vrel_sort_at(sort, middle);
-  const char* const right_end = _vrel_sort_at(sort, high);
+static void _vrel_sort_merge_runs(const Elements& elements, uint32_t low, uint32_t middle,
+                                  uint32_t high, char* spare) {
+  if (_vrel_sort_compare(elements, middle - 1, middle) <= 0) return;
+  const size_t size = elements.size;
+  char* to = _vrel_sort_at(elements, low);
+  const char* right = _vrel_sort_at(elements, middle);
+  const char* const right_end = _vrel_sort_at(elements, high);
   const char* left = spare;
   const char* const left_end = spare + (right - to);
   memcpy(spare, to, static_cast<size_t>(right - to));
   // `to` never overtakes `right`: it is behind by what is left of the left run.
   while (left < left_end && right < right_end) {
-    const char*& from = sort.compare(left, right, sort.context) <= 0 ? left : right;
+    const char*& from = elements.compare(left, right, elements.context) <= 0 ? left : right;
     memcpy(to, from, size);
     from += size;
     to += size;
@@ -119,23 +150,70 @@ static void _vrel_sort_merge_runs(const Sort& sort, uint32_t low, uint32_t middl
   memcpy(to, left, static_cast<size_t>(left_end - left));
 }
 
-static void _vrel_sort_merge(const Sort& sort, uint32_t low, uint32_t high, char* spare) {
+static void _vrel_sort_merge(const Elements& elements, uint32_t low, uint32_t high, char* spare) {
   if (high - low < 2) return;
   const uint32_t middle = low + (high - low) / 2;
-  _vrel_sort_merge(sort, low, middle, spare);
-  _vrel_sort_merge(sort, middle, high, spare);
-  _vrel_sort_merge_runs(sort, low, middle, high, spare);
+  _vrel_sort_merge(elements, low, middle, spare);
+  _vrel_sort_merge(elements, middle, high, spare);
+  _vrel_sort_merge_runs(elements, low, middle, high, spare);
 }
 
-// Sorts a range in n log n comparisons, whatever is in it.
-static void _vrel_sort_surely(const Sort& sort, uint32_t low, uint32_t high) {
+// ---- Radix sort, of keys ----
+
+static constexpr uint32_t kDigitBits = 11;
+static constexpr uint32_t kDigits = 1u << kDigitBits;
+
+// Distributes the keys to `to` by the digit that starts at bit `shift`.
+static void _vrel_sort_distribute(const uint64_t* from, uint64_t* to, uint32_t count,
+                                  uint32_t shift) {
+  uint32_t places[kDigits] = {};
+  for (uint32_t i = 0; i < count; ++i) ++places[(from[i] >> shift) & (kDigits - 1)];
+  uint32_t sum = 0;
+  for (uint32_t& place : places) {
+    const uint32_t size = place;
+    place = sum;
+    sum += size;
+  }
+  for (uint32_t i = 0; i < count; ++i) to[places[(from[i] >> shift) & (kDigits - 1)]++] = from[i];
+}
+
+// Sorts by the upper halves; ties keep their order. `spare` has room for all keys.
+static void _vrel_sort_radix(uint64_t* keys, uint32_t count, uint64_t* spare) {
+  uint64_t differing = 0;
+  for (uint32_t i = 1; i < count; ++i) differing |= keys[i] ^ keys[0];
+  uint64_t* from = keys;
+  uint64_t* to = spare;
+  for (uint32_t shift = 32; shift < 64; shift += kDigitBits) {
+    if (((differing >> shift) & (kDigits - 1)) == 0) continue;
+    _vrel_sort_distribute(from, to, count, shift);
+    uint64_t* const other = from;
+    from = to;
+    to = other;
+  }
+  if (from != keys) memcpy(keys, from, size_t{count} * sizeof *keys);
+}
+
+// ---- Sorting a range in n log n comparisons, whatever is in it ----
+
+static void _vrel_sort_surely(const Elements& elements, uint32_t low, uint32_t high) {
   if (high - low < 2) return;
-  void* spare = vrel_memory_alloc((high - low) / 2 * sort.size);
+  void* spare = vrel_memory_alloc((high - low) / 2 * elements.size);
   if (spare == nullptr) {
-    _vrel_sort_heap(sort, low, high);
+    _vrel_sort_heap(elements, low, high);
     return;
   }
-  _vrel_sort_merge(sort, low, high, static_cast<char*>(spare));
+  _vrel_sort_merge(elements, low, high, static_cast<char*>(spare));
+  vrel_memory_free(spare);
+}
+
+static void _vrel_sort_surely(const Keys& keys, uint32_t low, uint32_t high) {
+  if (high - low < 2) return;
+  void* spare = vrel_memory_alloc((high - low) * sizeof *keys.base);
+  if (spare == nullptr) {
+    _vrel_sort_heap(keys, low, high);
+    return;
+  }
+  _vrel_sort_radix(keys.base + low, high - low, static_cast<uint64_t*>(spare));
   vrel_memory_free(spare);
 }
 
@@ -147,91 +225,215 @@ struct Scan {
   bool all_equal;  // every element compared equal to the pivot
 };
 
-static Scan _vrel_sort_scan(const Sort& sort, uint32_t low, uint32_t high) {
-  const char* pivot = _vrel_sort_at(sort, low);
+static Scan _vrel_sort_scan(const Elements& elements, uint32_t low, uint32_t high) {
+  const char* pivot = _vrel_sort_at(elements, low);
   bool all_equal = true;
   uint32_t i = low + 1;
   uint32_t j = high;
   while (j > i) {
-    const int32_t order = sort.compare(_vrel_sort_at(sort, i), pivot, sort.context);
+    const int32_t order = elements.compare(_vrel_sort_at(elements, i), pivot, elements.context);
     all_equal = all_equal && order == 0;
     if (order <= 0) {
       ++i;
       continue;
     }
     --j;
-    if (j != i) _vrel_sort_swap(sort, i, j);
+    if (j != i) _vrel_sort_swap(elements, i, j);
   }
   return {i, all_equal};
 }
 
+// The same moves without branches that depend on the keys. `key` is the one that belongs at i.
+static Scan _vrel_sort_scan(const Keys& keys, uint32_t low, uint32_t high) {
+  uint64_t* const base = keys.base;
+  const uint64_t pivot = base[low] | UINT32_MAX;
+  if (high - low < 2) return {high, true};
+  uint32_t i = low + 1;
+  uint32_t j = high;
+  uint64_t key = base[i];
+  uint64_t differing = 0;
+  while (j - i > 1) {
+    const uint32_t above = key > pivot;
+    differing |= key ^ pivot;
+    j -= above;
+    const uint32_t place = above != 0 ? j : i;
+    i += 1 - above;
+    const uint64_t next = base[above != 0 ? j : i];
+    base[place] = key;
+    key = next;
+  }
+  base[i] = key;
+  differing |= key ^ pivot;
+  if (key <= pivot) ++i;
+  return {i, _vrel_sort_upper(differing) == 0};
+}
+
+// Comparisons that contradict themselves may call elements equal that are not.
+static bool _vrel_sort_trusts_equality(const Elements&, const Course& course) {
+  return !course.plain;
+}
+static bool _vrel_sort_trusts_equality(const Keys&, const Course&) {
+  return true;
+}
+
 // True while the quicksort may scan [low, high); the scan's comparisons are then taken from the
 // budget.
-static bool _vrel_sort_afford(Sort& sort, uint32_t low, uint32_t high) {
+static bool _vrel_sort_afford(Course* course, uint32_t low, uint32_t high) {
   const uint32_t cost = high - low - 1;
-  if (sort.plain) return true;
-  if (sort.budget < cost) return false;
-  sort.budget -= cost;
+  if (course->plain) return true;
+  if (course->budget < cost) return false;
+  course->budget -= cost;
   return true;
 }
 
 // The two sides of a pivot are independent of each other. Recursing into the smaller one and
 // looping on the larger keeps the depth logarithmic.
-static void _vrel_sort_quick(Sort& sort, uint32_t low, uint32_t high) {
-  while (low < high) {
-    if (!_vrel_sort_afford(sort, low, high)) {
-      _vrel_sort_surely(sort, low, high);
+template <typename Items>
+static void _vrel_sort_quick(const Items& items, Course* course, uint32_t low, uint32_t high) {
+  while (low < high && low < course->wanted) {
+    if (!_vrel_sort_afford(course, low, high)) {
+      _vrel_sort_surely(items, low, high);
       return;
     }
-    const Scan scan = _vrel_sort_scan(sort, low, high);
-    if (scan.all_equal && !sort.plain) {
+    const Scan scan = _vrel_sort_scan(items, low, high);
+    if (scan.all_equal && _vrel_sort_trusts_equality(items, *course)) {
       // Swapping the pivot with the last element and sorting what is in front of it, again and
       // again, amounts to this.
-      _vrel_sort_rotate(sort, low, high);
+      _vrel_sort_rotate(items, low, high);
       return;
     }
     const uint32_t pivot = scan.split - 1;
-    if (pivot != low) _vrel_sort_swap(sort, low, pivot);
+    if (pivot != low) _vrel_sort_swap(items, low, pivot);
     if (pivot - low < high - scan.split) {
-      _vrel_sort_quick(sort, low, pivot);
+      _vrel_sort_quick(items, course, low, pivot);
       low = scan.split;
     } else {
-      _vrel_sort_quick(sort, scan.split, high);
+      _vrel_sort_quick(items, course, scan.split, high);
       high = pivot;
     }
   }
 }
 
-// ---- The sort ----
+// ---- The sorts ----
 
-// Sorts what is ascending or descending already, ties included; false for anything else. Elements
-// that are all equal are left to the quicksort, which rotates them.
-static bool _vrel_sort_presorted(const Sort& sort, uint32_t count) {
-  bool ascending = true;
-  bool descending = true;
-  for (uint32_t i = 0; i + 1 < count && (ascending || descending); ++i) {
-    const int32_t order = _vrel_sort_compare(sort, i, i + 1);
-    ascending = ascending && order <= 0;
-    descending = descending && order >= 0;
-  }
-  if (ascending == descending) return false;
-  if (descending) _vrel_sort_reverse(sort, 0, count);
-  return true;
+static uint32_t _vrel_sort_log2(uint32_t count) {
+  uint32_t log2 = 0;
+  while ((count >> log2) > 1) ++log2;
+  return log2;
 }
 
 // Shuffled input costs the quicksort about 1.39 n log2 n comparisons, and hardly ever n more.
-static uint64_t _vrel_sort_budget(uint32_t count) {
-  uint64_t log2 = 0;
-  while ((count >> log2) > 1) ++log2;
-  return uint64_t{count} * (log2 + 1) * 3 / 2;
+static Course _vrel_sort_course(uint32_t count, uint32_t wanted) {
+  return {count <= kPlainCount, uint64_t{count} * (_vrel_sort_log2(count) + 1) * 3 / 2, wanted};
+}
+
+// Sorts what is ascending or descending already; false for anything else. Where few values are
+// there the quicksort costs little, and ties come out as it leaves them; more of them would cost it
+// a scan for every second one.
+template <typename Items>
+static bool _vrel_sort_presorted(const Items& items, uint32_t count) {
+  uint32_t ascents = 0;
+  uint32_t descents = 0;
+  for (uint32_t i = 0; i + 1 < count && (ascents == 0 || descents == 0); ++i) {
+    const int32_t order = _vrel_sort_compare(items, i, i + 1);
+    ascents += order < 0;
+    descents += order > 0;
+  }
+  if (ascents != 0 && descents != 0) return false;
+  const uint32_t steps = ascents + descents;
+  if (steps + 1 < count && steps < 6 * (_vrel_sort_log2(count) + 1)) return false;
+  if (descents != 0) _vrel_sort_reverse(items, 0, count);
+  return true;
+}
+
+template <typename Items>
+static void _vrel_sort(const Items& items, uint32_t count, uint32_t wanted) {
+  Course course = _vrel_sort_course(count, wanted);
+  if (!course.plain && _vrel_sort_presorted(items, count)) return;
+  _vrel_sort_quick(items, &course, 0, count);
 }
 
 uint32_t vrel_utils_qsort(void* array, uint32_t count, uint32_t element_size,
                           vrel_utils_compare compare, void* context) {
   if (array == nullptr || compare == nullptr) return VREL_LOG_HERE(kInvalidArg);
-  Sort sort = {static_cast<char*>(array), element_size, compare, context, count <= kPlainCount,
-               _vrel_sort_budget(count)};
-  if (!sort.plain && _vrel_sort_presorted(sort, count)) return 0;
-  _vrel_sort_quick(sort, 0, count);
+  _vrel_sort(Elements{static_cast<char*>(array), element_size, compare, context}, count, count);
   return 0;
+}
+
+void vrel_utils_qsort_keys(uint64_t* keys, uint32_t count, uint32_t wanted) {
+  _vrel_sort(Keys{keys}, count, wanted);
+}
+
+// ---- Keys that hardly tie ----
+
+// Below this the quicksort is as quick.
+static constexpr uint32_t kLeastRadix = 48;
+
+static bool _vrel_sort_has_ties(const Keys& keys, uint32_t count) {
+  for (uint32_t i = 1; i < count; ++i) {
+    if (_vrel_sort_compare(keys, i - 1, i) == 0) return true;
+  }
+  return false;
+}
+
+void vrel_utils_qsort_distinct(uint64_t* keys, uint32_t count, bool free_ties) {
+  void* const spare = count < kLeastRadix ? nullptr : vrel_memory_alloc(count * sizeof *keys);
+  if (spare == nullptr) {
+    vrel_utils_qsort_keys(keys, count, count);
+    return;
+  }
+  auto* const other = static_cast<uint64_t*>(spare);
+  _vrel_sort_radix(keys, count, other);
+  if (!free_ties && _vrel_sort_has_ties({keys}, count)) {
+    // Back to the beginning: each key knows where it came from.
+    for (uint32_t i = 0; i < count; ++i) other[static_cast<uint32_t>(keys[i])] = keys[i];
+    memcpy(keys, other, count * sizeof *keys);
+    vrel_utils_qsort_keys(keys, count, count);
+  }
+  vrel_memory_free(spare);
+}
+
+// ---- Permutations ----
+
+// Moves elements of N bytes round their cycles; keys that are done name their own place.
+template <size_t N>
+static void _vrel_sort_permute(char* base, uint64_t* keys, uint32_t count) {
+  for (uint32_t start = 0; start < count; ++start) {
+    auto from = static_cast<uint32_t>(keys[start]);
+    if (from == start) continue;
+    char first[N];
+    memcpy(first, base + size_t{start} * N, N);
+    uint32_t to = start;
+    while (from != start) {
+      memcpy(base + size_t{to} * N, base + size_t{from} * N, N);
+      keys[to] = to;
+      to = from;
+      from = static_cast<uint32_t>(keys[to]);
+    }
+    memcpy(base + size_t{to} * N, first, N);
+    keys[to] = to;
+  }
+}
+
+bool vrel_utils_permute(void* array, uint32_t element_size, uint64_t* keys, uint32_t count) {
+  auto* const base = static_cast<char*>(array);
+  switch (element_size) {
+    case 4:
+      _vrel_sort_permute<4>(base, keys, count);
+      return true;
+    case 8:
+      _vrel_sort_permute<8>(base, keys, count);
+      return true;
+    case 12:
+      _vrel_sort_permute<12>(base, keys, count);
+      return true;
+    case 32:
+      _vrel_sort_permute<32>(base, keys, count);
+      return true;
+    case 40:
+      _vrel_sort_permute<40>(base, keys, count);
+      return true;
+    default:
+      return false;
+  }
 }

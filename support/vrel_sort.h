@@ -18,4 +18,20 @@ typedef int32_t (*vrel_utils_compare)(const void* a, const void* b, void* contex
 uint32_t vrel_utils_qsort(void* array, uint32_t count, uint32_t element_size,
                           vrel_utils_compare compare, void* context);
 
+// ---- By keys ----
+// Where a 32-bit number tells the order, sorting these keys instead of the elements is many times
+// quicker. The upper half of a key is the number, the lower half the index of its element.
+
+// Sorts by the upper halves, and leaves the keys where vrel_utils_qsort leaves elements that
+// compare as their numbers do. Places from `wanted` on hold the other keys in any order.
+void vrel_utils_qsort_keys(uint64_t* keys, uint32_t count, uint32_t wanted);
+
+// The same for numbers that are mostly distinct. Keys must be at the indexes that they name. With
+// `free_ties` it does not matter where ties come to stand.
+void vrel_utils_qsort_distinct(uint64_t* keys, uint32_t count, bool free_ties);
+
+// Brings the elements into the order of their keys, whose lower halves name each element once.
+// False, and nothing is moved, for an element size that no vector of ours needs. Keys are used up.
+bool vrel_utils_permute(void* array, uint32_t element_size, uint64_t* keys, uint32_t count);
+
 #endif  // VREL_SORT_H

@@ -406,8 +406,81 @@ uint32_t vrel_vector2_deleterange(vrel_vector2* vector, uint32_t first, uint32_t
 
 // ---- Bulk ----
 
-uint32_t vrel_vector2_sort(vrel_vector2* vector, vrel_vector2_compare compare, uint8_t force) {
-  ENTER(vector, kVrelBadHandle2);
+// The key of each element. False where the numbers lie 2^31 or more apart, or there is no memory.
+static bool _vrel_vector2_make_keys(const vrel_vector2* vector, const vrel_vector2_key& key,
+                                    uint64_t** out_keys) {
+  const uint64_t bytes = uint64_t{vector->count} * sizeof(uint64_t);
+  if (bytes > UINT32_MAX) return false;
+  auto* const keys = static_cast<uint64_t*>(vrel_memory_alloc(static_cast<size_t>(bytes)));
+  if (keys == nullptr) return false;
+  uint32_t least = UINT32_MAX;
+  uint32_t most = 0;
+  const char* place = vector->data + key.offset;
+  for (uint32_t i = 0; i < vector->count; ++i, place += vector->element_size) {
+    uint32_t number = 0;
+    memcpy(&number, place, sizeof number);
+    number ^= key.flip;
+    least = number < least ? number : least;
+    most = number > most ? number : most;
+    keys[i] = uint64_t{number} << 32 | i;
+  }
+  if (most - least > INT32_MAX) {
+    vrel_memory_free(keys);
+    return false;
+  }
+  *out_keys = keys;
+  return true;
+}
+
+// Replaces the array by one of the elements that the first keys name, and releases the others.
+// False, and nothing has changed, when there is no memory.
+static bool _vrel_vector2_keep_first(vrel_vector2* vector, const uint64_t* keys, uint32_t count) {
+  const size_t size = vector->element_size;
+  auto* const data = static_cast<char*>(vrel_memory_alloc(count * size));
+  if (data == nullptr) return false;
+  for (uint32_t i = 0; i < count; ++i) {
+    memcpy(data + i * size, vector->data + static_cast<uint32_t>(keys[i]) * size, size);
+  }
+  for (uint32_t i = count; i < vector->count && vector->release != nullptr; ++i) {
+    vector->release(vector->data + static_cast<uint32_t>(keys[i]) * size);
+  }
+  if (vector->owns_data != 0) vrel_memory_free(vector->data);
+  vector->data = data;
+  vector->owns_data = 1;
+  vector->capacity = count;
+  vector->count = count;
+  return true;
+}
+
+// Sorts the flat array, and may drop what is not wanted. False when nothing was done.
+static bool _vrel_vector2_sort_keys(vrel_vector2* vector, const vrel_vector2_key& key,
+                                    uint32_t wanted) {
+  uint64_t* keys = nullptr;
+  if (!_vrel_vector2_make_keys(vector, key, &keys)) return false;
+  bool done = false;
+  if (wanted > 0 && wanted < vector->count / 2) {
+    vrel_utils_qsort_keys(keys, vector->count, wanted);
+    done = _vrel_vector2_keep_first(vector, keys, wanted);
+  } else {
+    if (key.ties == kVrelTiesCommon) {
+      vrel_utils_qsort_keys(keys, vector->count, vector->count);
+    } else {
+      vrel_utils_qsort_distinct(keys, vector->count, key.ties == kVrelTiesFree);
+    }
+    done = vrel_utils_permute(vector->data, vector->element_size, keys, vector->count);
+  }
+  vrel_memory_free(keys);
+  return done;
+}
+
+static uint32_t _vrel_vector2_sort_elements(vrel_vector2* vector) {
+  return vrel_utils_qsort(vector->data, vector->count, vector->element_size,
+                          _vrel_vector2_sort_order, vector);
+}
+
+// Caller holds vector->lock. `key` may be null.
+static uint32_t _vrel_vector2_sort(vrel_vector2* vector, vrel_vector2_compare compare,
+                                   uint8_t force, const vrel_vector2_key* key, uint32_t wanted) {
   const bool is_new = compare != vector->compare;
   const bool must_sort =
       compare != nullptr && (is_new || force != 0 || !_vrel_vector2_is_sorted(vector));
@@ -418,12 +491,35 @@ uint32_t vrel_vector2_sort(vrel_vector2* vector, vrel_vector2_compare compare, u
   vector->compare = compare;
   if (is_new) vector->flags &= ~kVrelSorted;
   if (!must_sort) return 0;
-  if (vector->count > 0) {
-    const uint32_t error = vrel_utils_qsort(vector->data, vector->count, vector->element_size,
-                                            _vrel_vector2_sort_order, vector);
+  const bool by_key = key != nullptr && vector->count > 1;
+  if (vector->count > 0 && !(by_key && _vrel_vector2_sort_keys(vector, *key, wanted))) {
+    const uint32_t error = _vrel_vector2_sort_elements(vector);
     if (error != 0) return error;
   }
   vector->flags |= kVrelSorted;
+  return 0;
+}
+
+uint32_t vrel_vector2_sort(vrel_vector2* vector, vrel_vector2_compare compare, uint8_t force) {
+  ENTER(vector, kVrelBadHandle2);
+  return _vrel_vector2_sort(vector, compare, force, nullptr, UINT32_MAX);
+}
+
+uint32_t vrel_vector2_sort_by_key(vrel_vector2* vector, vrel_vector2_compare compare,
+                                  const vrel_vector2_key* key) {
+  if (key == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
+  ENTER(vector, kVrelBadHandle2);
+  return _vrel_vector2_sort(vector, compare, 0, key, UINT32_MAX);
+}
+
+uint32_t vrel_vector2_sort_first(vrel_vector2* vector, vrel_vector2_compare compare,
+                                 const vrel_vector2_key* key, uint32_t count) {
+  if (key == nullptr) return VREL_LOG_HERE(kVrelInvalidArg);
+  ENTER(vector, kVrelBadHandle2);
+  const uint32_t error = _vrel_vector2_sort(vector, compare, 0, key, count);
+  if (error != 0 || count >= vector->count) return error;
+  _vrel_vector2_release_range(vector, count, vector->count - count);
+  _vrel_vector2_take(vector, count, vector->count - count);
   return 0;
 }
 
@@ -444,6 +540,20 @@ uint32_t vrel_vector2_set_min_size(vrel_vector2* vector, uint32_t capacity) {
   if (vector == nullptr) return 0;
   ENTER(vector, kVrelBadHandle);
   return _vrel_vector2_resize(vector, capacity);
+}
+
+uint32_t vrel_vector2_reserve(vrel_vector2* vector, uint32_t count) {
+  ENTER(vector, kVrelBadHandle);
+  const uint64_t needed = uint64_t{vector->count} + count;
+  if (needed <= vector->capacity) return 0;
+  const uint64_t capacity = needed + needed / 8;
+  if (capacity > UINT32_MAX) return VREL_LOG_HERE(kVrelNoMemory);
+  return _vrel_vector2_resize(vector, static_cast<uint32_t>(capacity));
+}
+
+uint32_t vrel_vector2_sorted(const vrel_vector2* vector) {
+  ENTER(vector, kVrelBadHandle2);
+  return _vrel_vector2_is_sorted(vector) ? 1 : 0;
 }
 
 uint32_t vrel_vector2_trim(vrel_vector2* vector) {

@@ -129,9 +129,9 @@ TEST_F(SimilarityTest, mood_distance_is_linear_between_the_same_place_and_the_fa
   NormalizedMoodVector seed = {};
   RawMoodVector raw = {};
   int32_t score = 1;
-  EXPECT_EQ(dsp_mood_similarity(&seed, &raw, &score), 62u);
+  EXPECT_EQ(dsp_mood_similarity(&seed, &raw, nullptr, &score), 62u);
   EXPECT_EQ(score, 0);
-  EXPECT_EQ(dsp_mood_similarity(nullptr, &raw, &score), 62u);
+  EXPECT_EQ(dsp_mood_similarity(nullptr, &raw, nullptr, &score), 62u);
   EXPECT_EQ(dsp_mood_normalize_vector(&raw, &seed, nullptr), 62u);
   // Without a correlate set, B is 0 and the coordinates decide alone.
   raw.count = 1;
@@ -139,7 +139,7 @@ TEST_F(SimilarityTest, mood_distance_is_linear_between_the_same_place_and_the_fa
   const std::pair<float, int32_t> rows[] = {{0.0f, 1000}, {100.0f, 0}, {-50.0f, 500}, {25.9f, 750}};
   for (const auto& [coordinate, expected] : rows) {
     seed.coordinates[0] = coordinate;
-    EXPECT_EQ(dsp_mood_similarity(&seed, &raw, &score), 0u);
+    EXPECT_EQ(dsp_mood_similarity(&seed, &raw, nullptr, &score), 0u);
     EXPECT_EQ(score, expected) << coordinate;
   }
 }

@@ -1,0 +1,219 @@
+// playlist_column: the values of an attribute told apart.
+#include "playlist_column.h"
+
+#include <cstring>
+
+#include "playlist_owner.h"
+#include "vrel_memory.h"
+#include "vrel_string.h"
+
+namespace {
+
+using ColumnOwner = PlaylistOwner<ValueColumn, playlist_column_delete>;
+
+constexpr uint32_t kFirstSlotBits = 8;
+
+// Null when there is no memory, or no address for so much.
+template <typename T>
+T* allocate(uint64_t count) {
+  const uint64_t bytes = count * sizeof(T);
+  if (bytes > UINT32_MAX) return nullptr;
+  return static_cast<T*>(vrel_memory_calloc(static_cast<size_t>(count), sizeof(T)));
+}
+
+template <typename T>
+void release(T* block) {
+  vrel_memory_free(block);
+}
+
+// ------------------------------------------------------------------- Telling values apart
+
+// One value that was met.
+struct Slot {
+  uint32_t value;
+  uint32_t tag;  // its number + 1, and its kind in the lowest bit; 0: nothing here
+};
+using SlotsOwner = PlaylistOwner<Slot, release<Slot>>;
+
+// Open addressing, at most half full.
+class SlotTable {
+ public:
+  bool start() { return make(kFirstSlotBits); }
+
+  // The number of a value; the next one for a value that was not met before.
+  uint32_t number_of(const ValueEntry& entry) {
+    const uint32_t kind = entry.kind == kValueInteger ? 0 : 1;
+    Slot* slot = find(entry.value, kind);
+    if (slot->tag == 0) *slot = {entry.value, (++count_ << 1) | kind};
+    return (slot->tag >> 1) - 1;
+  }
+
+  uint32_t count() const { return count_; }
+
+  // To be called after each number. False when there is no memory.
+  bool keep_room() { return count_ <= (1u << bits_) / 2 || grow(); }
+
+ private:
+  bool make(uint32_t bits) {
+    bits_ = bits;
+    slots_.reset();
+    *slots_.out() = allocate<Slot>(uint64_t{1} << bits);
+    return static_cast<bool>(slots_);
+  }
+
+  // Multiplying by 2^32 divided by the golden ratio spreads neighbouring values; the upper bits are
+  // the well-mixed ones.
+  Slot* find(uint32_t value, uint32_t kind) const {
+    const uint32_t mask = (1u << bits_) - 1;
+    uint32_t at = (value * 0x9e3779b9u) >> (32 - bits_);
+    Slot* const slots = slots_.get();
+    while (slots[at].tag != 0 && (slots[at].value != value || (slots[at].tag & 1) != kind)) {
+      at = (at + 1) & mask;
+    }
+    return &slots[at];
+  }
+
+  bool grow() {
+    SlotsOwner old(slots_.take());
+    const uint32_t old_size = 1u << bits_;
+    if (!make(bits_ + 1)) return false;
+    for (uint32_t i = 0; i < old_size; ++i) {
+      const Slot& slot = old.get()[i];
+      if (slot.tag != 0) *find(slot.value, slot.tag & 1) = slot;
+    }
+    return true;
+  }
+
+  SlotsOwner slots_;
+  uint32_t bits_ = 0;
+  uint32_t count_ = 0;
+};
+
+bool number_values(ValueColumn* column) {
+  SlotTable table;
+  column->values = allocate<uint32_t>(column->entry_count);
+  if (column->values == nullptr || !table.start()) return false;
+  for (uint32_t i = 0; i < column->entry_count; ++i) {
+    column->values[i] = table.number_of(column->entries[i]);
+    if (!table.keep_room()) return false;
+  }
+  column->value_count = table.count();
+  return true;
+}
+
+bool group_positions(ValueColumn* column) {
+  column->starts = allocate<uint32_t>(uint64_t{column->value_count} + 1);
+  column->positions = allocate<uint32_t>(column->entry_count);
+  if (column->starts == nullptr || column->positions == nullptr) return false;
+  uint32_t* const starts = column->starts;
+  for (uint32_t i = 0; i < column->entry_count; ++i) ++starts[column->values[i] + 1];
+  for (uint32_t value = 0; value < column->value_count; ++value) starts[value + 1] += starts[value];
+  for (uint32_t i = 0; i < column->entry_count; ++i) {
+    column->positions[starts[column->values[i]]++] = i;
+  }
+  // Each start has moved to its end, which is where the next one starts.
+  memmove(starts + 1, starts, column->value_count * sizeof *starts);
+  starts[0] = 0;
+  return true;
+}
+
+ValueColumn* build(AttributeInfo* info) {
+  void* data = nullptr;
+  uint32_t bytes = 0;
+  uint32_t entry_size = 0;
+  if (vrel_vector2_get_buffer(info->values, &data, &bytes, &entry_size) != 0) return nullptr;
+  if (bytes == 0) return nullptr;
+  ColumnOwner column(allocate<ValueColumn>(1));
+  if (!column) return nullptr;
+  column->entries = static_cast<const ValueEntry*>(data);
+  column->entry_count = bytes / entry_size;
+  if (!number_values(column.get()) || !group_positions(column.get())) return nullptr;
+  return column.take();
+}
+
+// ---------------------------------------------------------------------------------- Texts
+
+uint32_t folded_hash(const char* text) {
+  uint32_t hash = 0;
+  for (; *text != '\0'; ++text) {
+    hash = hash * 33 + vrel_string_char_tolower(static_cast<uint8_t>(*text));
+  }
+  return hash * 0x9e3779b9u;
+}
+
+const char* text_of(const ValueColumn& column, const vrel_stringtable* texts, uint32_t value) {
+  const ValueEntry& entry = column.first_entry(value);
+  const char* text = nullptr;
+  if (entry.kind != kValueString) return nullptr;
+  return vrel_stringtable_get_value(texts, entry.value, &text) == 0 ? text : nullptr;
+}
+
+bool index_texts(ValueColumn* column, const vrel_stringtable* texts) {
+  uint32_t size = 4;
+  while (size / 2 < column->value_count) size *= 2;
+  PlaylistOwner<uint32_t, release<uint32_t>> table(allocate<uint32_t>(size));
+  if (!table) return false;
+  for (uint32_t value = 0; value < column->value_count; ++value) {
+    const char* const text = text_of(*column, texts, value);
+    if (text == nullptr) return false;
+    uint32_t at = folded_hash(text) & (size - 1);
+    while (table.get()[at] != 0) at = (at + 1) & (size - 1);
+    table.get()[at] = value + 1;
+  }
+  column->texts = table.take();
+  column->text_mask = size - 1;
+  return true;
+}
+
+}  // namespace
+
+ValueColumn* playlist_column_of(AttributeInfo* info) {
+  if (info->column == nullptr) info->column = build(info);
+  return info->column;
+}
+
+bool playlist_column_find_text(ValueColumn* column, const vrel_stringtable* texts, const char* text,
+                               uint32_t* out_count, uint32_t* out_value) {
+  if (column->texts == nullptr && !index_texts(column, texts)) return false;
+  uint32_t count = 0;
+  for (uint32_t at = folded_hash(text) & column->text_mask; column->texts[at] != 0 && count < 2;
+       at = (at + 1) & column->text_mask) {
+    const uint32_t value = column->texts[at] - 1;
+    if (!vrel_string_equal(text_of(*column, texts, value), text, 1)) continue;
+    if (count++ == 0) *out_value = value;
+  }
+  *out_count = count;
+  return true;
+}
+
+bool playlist_column_start_answers(ValueColumn* column, const void* context, bool same) {
+  ColumnAnswers* const answers = &column->answers;
+  if (same || answers->context == context) return true;
+  if (answers->scores == nullptr) answers->scores = allocate<int32_t>(column->value_count);
+  if (answers->known == nullptr) answers->known = allocate<uint8_t>(column->value_count);
+  if (answers->scores == nullptr || answers->known == nullptr) return false;
+  if (answers->context != nullptr) memset(answers->known, 0, column->value_count);
+  answers->context = context;
+  return true;
+}
+
+void playlist_columns_forget_answers(Collection* collection) {
+  AttributeInfo* info = nullptr;
+  for (uint32_t i = 0; playlist_collection_attrinfo_at(collection, i, &info) == 0; ++i) {
+    if (info->column == nullptr) continue;
+    release(info->column->answers.scores);
+    release(info->column->answers.known);
+    info->column->answers = {};
+  }
+}
+
+void playlist_column_delete(ValueColumn* column) {
+  if (column == nullptr) return;
+  release(column->values);
+  release(column->starts);
+  release(column->positions);
+  release(column->texts);
+  release(column->answers.scores);
+  release(column->answers.known);
+  release(column);
+}

@@ -1,0 +1,57 @@
+// playlist_column: the values of an attribute told apart, so that a comparison is asked once for
+// each value and finds the entries that have it.
+//
+// Providers that may answer differently from call to call have no use for it; see
+// AttributeTraits::remembers. A column is made when a statement first asks, and goes with the next
+// change of the attribute's values. Nobody depends on it: without memory for it, the values
+// themselves are asked one by one.
+#ifndef PLAYLIST_COLUMN_H
+#define PLAYLIST_COLUMN_H
+
+#include <cstdint>
+
+#include "playlist_collection.h"
+
+// What one comparison answered about the values; for the length of one statement.
+struct ColumnAnswers {
+  const void* context;  // the comparison's; null: no answers
+  int32_t* scores;      // by value
+  uint8_t* known;       // by value: 1 when its score is
+};
+
+// Values go by their number, in the order in which they first appear among the entries.
+struct ValueColumn {
+  const ValueEntry* entries;  // of the attribute, in one piece
+  uint32_t entry_count;
+  uint32_t value_count;
+  uint32_t* values;     // by entry: the number of its value
+  uint32_t* starts;     // by value, and for the end: where its entries start in `positions`
+  uint32_t* positions;  // indexes of entries by value, ascending for each
+  uint32_t* texts;      // hash table of value numbers + 1 by text, letter case ignored; may be null
+  uint32_t text_mask;   // its size less one
+  ColumnAnswers answers;
+
+  const ValueEntry& first_entry(uint32_t value) const { return entries[positions[starts[value]]]; }
+  uint32_t entries_of(uint32_t value) const { return starts[value + 1] - starts[value]; }
+};
+
+// The column of an attribute. Null when it has no values, or no memory is there. Caller holds the
+// collection's lock, here and below.
+ValueColumn* playlist_column_of(AttributeInfo* info);
+
+// How many values have the text, letter case ignored, as far as 2; `out_value` is the first of
+// them. False when the table of texts cannot be made, or not every value has a text.
+bool playlist_column_find_text(ValueColumn* column, const vrel_stringtable* texts, const char* text,
+                               uint32_t* out_count, uint32_t* out_value);
+
+// Makes room for the answers of one comparison, and forgets those of another unless `same`. False
+// when there is no memory.
+bool playlist_column_start_answers(ValueColumn* column, const void* context, bool same);
+
+// Forgets the answers of all attributes: their contexts are about to go.
+void playlist_columns_forget_answers(Collection* collection);
+
+// Null is accepted.
+void playlist_column_delete(ValueColumn* column);
+
+#endif  // PLAYLIST_COLUMN_H

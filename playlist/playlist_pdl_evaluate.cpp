@@ -1,0 +1,476 @@
+// playlist_pdl_evaluate: what prepared comparisons say about the values of a collection.
+//
+// A comparison of an attribute of our own is asked once for each value that occurs, and the column
+// of the attribute finds the entries. Providers of applications are asked about every entry, in
+// order. Where memory for the quicker way is missing, ours are, too.
+#include "playlist_pdl_evaluate.h"
+
+#include <cstring>
+
+#include "playlist_column.h"
+#include "playlist_error.h"
+#include "playlist_score_cache.h"
+#include "playlist_walk.h"
+#include "vrel_memory.h"
+#include "vrel_sort.h"
+
+namespace {
+
+constexpr uint32_t kNoRecord = UINT32_MAX;
+
+// How many entries are handed to a playlist at a time.
+constexpr uint32_t kBatch = 32;
+
+template <typename T>
+T* allocate(uint32_t count) {
+  const uint64_t bytes = uint64_t{count} * sizeof(T);
+  if (bytes > UINT32_MAX) return nullptr;
+  return static_cast<T*>(vrel_memory_alloc(static_cast<size_t>(bytes)));
+}
+
+// One comparison and the values that it is asked about.
+struct Question {
+  const PdlNode* identifier;
+  Collection* collection;
+};
+
+Question question_of(const PdlNode* comparison, const Results* results) {
+  return {comparison->left, results->collection};
+}
+
+const AttributeTraits& traits_of(const Question& question) {
+  return playlist_attribute_traits(question.identifier->attribute->provider);
+}
+
+// How well one captured value meets the comparison. Warnings come back with their score.
+uint32_t evaluate(const Question& question, const ValueEntry& record, int32_t* out_score) {
+  *out_score = 0;
+  const PdlNode* const identifier = question.identifier;
+  const AttributeProvider* const provider = identifier->attribute->provider;
+  if (record.kind == kValueInteger) {
+    return playlist_provider_evaluate_integer(provider, identifier->context, record.value,
+                                              out_score);
+  }
+  const char* text = nullptr;
+  PL_TRY(vrel_stringtable_get_value(question.collection->values, record.value, &text));
+  return playlist_provider_evaluate_string(provider, identifier->context, text, out_score);
+}
+
+// ------------------------------------------------------------------------------ By column
+
+// The column, when the comparison's answers may be remembered.
+ValueColumn* column_for(const Question& question) {
+  if (!traits_of(question).remembers) return nullptr;
+  return playlist_column_of(question.identifier->attribute);
+}
+
+bool start_answers(const Question& question, ValueColumn* column) {
+  const auto same_answers = traits_of(question).same_answers;
+  const void* const context = question.identifier->context;
+  const void* const before = column->answers.context;
+  const bool same = before != nullptr && same_answers != nullptr && same_answers(before, context);
+  return playlist_column_start_answers(column, context, same);
+}
+
+// The score of a value. Failures are not remembered: the next question may fare better.
+uint32_t answer(const Question& question, ValueColumn* column, uint32_t value, int32_t* out_score) {
+  ColumnAnswers* const answers = &column->answers;
+  if (answers->known[value] != 0) {
+    *out_score = answers->scores[value];
+    return 0;
+  }
+  const uint32_t code = evaluate(question, column->first_entry(value), out_score);
+  if (vrel_failed(code)) return code;
+  answers->scores[value] = *out_score;
+  answers->known[value] = 1;
+  return 0;
+}
+
+// Hands entries to a playlist in batches.
+class Adder {
+ public:
+  Adder(Results* results, const PdlNode* producer) : results_(results), producer_(producer) {}
+
+  void add(const ValueEntry& record, int32_t score) {
+    batch_[used_++] = {producer_, score, record, {}};
+    if (used_ == kBatch) flush();
+  }
+  // The first code that adding answered.
+  uint32_t finish() {
+    flush();
+    return code_;
+  }
+
+ private:
+  void flush() {
+    if (code_ == 0 && used_ != 0) code_ = _playlist_results_append(results_, batch_, used_);
+    used_ = 0;
+  }
+
+  Results* results_;
+  const PdlNode* producer_;
+  uint32_t used_ = 0;
+  uint32_t code_ = 0;
+  ResultEntry batch_[kBatch];
+};
+
+// What a comparison selects from a column.
+struct Selection {
+  uint32_t total;   // entries of all values that score
+  uint32_t values;  // how many of those there are
+  uint32_t only;    // the first of them
+  uint32_t end;     // entries from this index on are not reached
+  int32_t score;    // of `only`
+};
+
+// Adds the entries of the one value that scores.
+void add_only(const ValueColumn& column, const Selection& selection, Adder* adder) {
+  const uint32_t* const positions = column.positions + column.starts[selection.only];
+  const uint32_t count = column.entries_of(selection.only);
+  for (uint32_t i = 0; i < count && positions[i] < selection.end; ++i) {
+    adder->add(column.entries[positions[i]], selection.score);
+  }
+}
+
+// Adds all entries that score by looking at each.
+void add_by_scan(const ValueColumn& column, const Selection& selection, Adder* adder) {
+  const int32_t* const scores = column.answers.scores;
+  for (uint32_t i = 0; i < selection.end; ++i) {
+    const int32_t score = scores[column.values[i]];
+    if (score != 0) adder->add(column.entries[i], score);
+  }
+}
+
+// The same for few of them: marks them first, which brings them in order.
+bool add_by_marks(const ValueColumn& column, const Selection& selection, Adder* adder) {
+  const uint32_t words = column.entry_count / 32 + 1;
+  auto* const marks = static_cast<uint32_t*>(vrel_memory_calloc(words, sizeof(uint32_t)));
+  if (marks == nullptr) return false;
+  const int32_t* const scores = column.answers.scores;
+  for (uint32_t value = 0; value < column.value_count; ++value) {
+    if (column.answers.known[value] == 0 || scores[value] == 0) continue;
+    for (uint32_t i = column.starts[value]; i < column.starts[value + 1]; ++i) {
+      marks[column.positions[i] / 32] |= 1u << column.positions[i] % 32;
+    }
+  }
+  for (uint32_t word = 0; word < words && word * 32 < selection.end; ++word) {
+    for (uint32_t left = marks[word]; left != 0; left &= left - 1) {
+      const uint32_t i = word * 32 + static_cast<uint32_t>(__builtin_ctz(left));
+      if (i < selection.end) adder->add(column.entries[i], scores[column.values[i]]);
+    }
+  }
+  vrel_memory_free(marks);
+  return true;
+}
+
+// Asks about every value. A failure ends the selection at the first entry that has the value: the
+// values that appear in front of it have all been asked by then.
+uint32_t select_values(const Question& question, ValueColumn* column, Selection* out) {
+  *out = {0, 0, 0, column->entry_count, 0};
+  for (uint32_t value = 0; value < column->value_count; ++value) {
+    int32_t score = 0;
+    if (const uint32_t code = answer(question, column, value, &score)) {
+      out->end = column->positions[column->starts[value]];
+      return code;
+    }
+    if (score == 0) continue;
+    if (out->values++ == 0) {
+      out->only = value;
+      out->score = score;
+    }
+    out->total += column->entries_of(value);
+  }
+  return 0;
+}
+
+// Where at most one value can satisfy the comparison, finds it by its text. False where that is not
+// so.
+bool select_text(const Question& question, ValueColumn* column, Selection* out) {
+  const auto wanted_text = traits_of(question).wanted_text;
+  if (wanted_text == nullptr) return false;
+  const char* const text = wanted_text(question.identifier->context);
+  uint32_t count = 0;
+  uint32_t value = 0;
+  if (text == nullptr) return false;
+  if (!playlist_column_find_text(column, question.collection->values, text, &count, &value)) {
+    return false;
+  }
+  if (count > 1) return false;
+  *out = {0, count, value, column->entry_count, 0};
+  if (count == 0) return true;
+  out->total = column->entries_of(value);
+  return evaluate(question, column->first_entry(value), &out->score) == 0 && out->score != 0;
+}
+
+// False when that takes memory which is not there; nothing was added then.
+bool add_from_column(PdlNode* comparison, Results* results, ValueColumn* column,
+                     uint32_t* out_code) {
+  const Question question = question_of(comparison, results);
+  Selection selection = {};
+  uint32_t code = 0;
+  if (!select_text(question, column, &selection)) {
+    if (!start_answers(question, column)) return false;
+    code = select_values(question, column, &selection);
+  }
+  if (_playlist_results_reserve(results, selection.total) != 0) return false;
+  Adder adder(results, comparison);
+  if (selection.values == 1) {
+    add_only(*column, selection, &adder);
+  } else if (selection.total > column->entry_count / 8) {
+    add_by_scan(*column, selection, &adder);
+  } else if (selection.values != 0 && !add_by_marks(*column, selection, &adder)) {
+    return false;
+  }
+  const uint32_t added = adder.finish();
+  *out_code = added != 0 ? added : code;
+  return true;
+}
+
+// ------------------------------------------------------------------------- Entry by entry
+
+uint32_t add_by_walk(PdlNode* comparison, Results* results) {
+  const Question question = question_of(comparison, results);
+  return playlist_for_each<ValueEntry>(
+      question.identifier->attribute->values, [&](const ValueEntry& record) -> uint32_t {
+        int32_t score = 0;
+        const uint32_t code = evaluate(question, record, &score);
+        if (vrel_failed(code)) return code;
+        return score == 0 ? 0 : _playlist_results_add_result(results, comparison, record, score);
+      });
+}
+
+struct MatchFilter {
+  Question question;
+  ScoreCache* cache;  // null: every entry is asked
+};
+
+uint32_t keep_match(void* element, void* context, uint8_t* out_keep) {
+  const auto* const filter = static_cast<const MatchFilter*>(context);
+  const ValueEntry& record = static_cast<const ResultEntry*>(element)->record;
+  int32_t score = 0;
+  const auto ask = [&](int32_t* out) { return evaluate(filter->question, record, out); };
+  const uint32_t code = filter->cache != nullptr
+                            ? playlist_score_cached(filter->cache, record, &score, ask)
+                            : ask(&score);
+  *out_keep = score != 0 ? 1 : 0;
+  return vrel_failed(code) ? code : 0;
+}
+
+// The record of an ident for an attribute, in a vector sorted by ident.
+uint32_t find_record(vrel_vector2* values, uint32_t ident, const ValueEntry** out_record) {
+  uint32_t index = 0;
+  void* element = nullptr;
+  PL_TRY(playlist_attrdata_find_ident(values, ident, &index));
+  PL_TRY(vrel_vector2_getindex(values, index, &element));
+  *out_record = static_cast<const ValueEntry*>(element);
+  return 0;
+}
+
+uint32_t score_by_lookup(const Question& question, PdlScores* scores) {
+  uint32_t last = 0;
+  int32_t* score = scores->scores;
+  PL_TRY(playlist_for_each<ResultEntry>(scores->results->entries, [&](const ResultEntry& entry) {
+    const ValueEntry* record = nullptr;
+    last = find_record(question.identifier->attribute->values, entry.record.ident, &record);
+    if (last == 0) {
+      const uint32_t code = evaluate(question, *record, score);
+      last = vrel_failed(code) ? code : 0;
+    }
+    if (last != 0) *score = 0;
+    ++score;
+    return uint32_t{0};
+  }));
+  return last;
+}
+
+// ----------------------------------------------------------------------- Entries by ident
+
+// Whether the entries stand in ascending or descending order; their idents are read on the way.
+bool read_idents(const Results* results, uint32_t* idents, bool* out_reversed) {
+  bool ascending = true;
+  bool descending = true;
+  uint32_t last = 0;
+  uint32_t* next = idents;
+  static_cast<void>(playlist_for_each<ResultEntry>(results->entries, [&](const ResultEntry& entry) {
+    const uint32_t ident = entry.record.ident;
+    ascending = ascending && ident >= last;
+    descending = descending && (next == idents || ident <= last);
+    last = ident;
+    *next++ = ident;
+    return uint32_t{0};
+  }));
+  *out_reversed = !ascending;
+  return ascending || descending;
+}
+
+void reverse(uint32_t* numbers, uint32_t count) {
+  for (uint32_t low = 0, high = count; low + 1 < high; ++low, --high) {
+    const uint32_t number = numbers[low];
+    numbers[low] = numbers[high - 1];
+    numbers[high - 1] = number;
+  }
+}
+
+// Sorts the idents, and tells which entry each is of.
+bool sort_idents(EntryOrder* order) {
+  const uint32_t count = order->count;
+  auto* const keys = allocate<uint64_t>(count);
+  order->entries = allocate<uint32_t>(count);
+  if (keys != nullptr && order->entries != nullptr) {
+    for (uint32_t i = 0; i < count; ++i) keys[i] = uint64_t{order->idents[i]} << 32 | i;
+    vrel_utils_qsort_distinct(keys, count, true);
+    for (uint32_t i = 0; i < count; ++i) {
+      order->idents[i] = static_cast<uint32_t>(keys[i] >> 32);
+      order->entries[i] = static_cast<uint32_t>(keys[i]);
+    }
+  }
+  const bool done = keys != nullptr && order->entries != nullptr;
+  vrel_memory_free(keys);
+  return done;
+}
+
+void free_order(EntryOrder* order) {
+  vrel_memory_free(order->idents);
+  vrel_memory_free(order->entries);
+  *order = {};
+}
+
+// False when there is no memory.
+bool make_order(const Results* results, EntryOrder* order) {
+  if (order->idents != nullptr) return true;
+  *order = {playlist_results_count(results), nullptr, nullptr, false};
+  order->idents = allocate<uint32_t>(order->count);
+  if (order->idents == nullptr) return false;
+  bool done = true;
+  if (!read_idents(results, order->idents, &order->reversed)) {
+    order->reversed = false;
+    done = sort_idents(order);
+  } else if (order->reversed) {
+    reverse(order->idents, order->count);
+  }
+  if (!done) free_order(order);
+  return done;
+}
+
+uint32_t entry_at(const EntryOrder& order, uint32_t index) {
+  if (order.entries != nullptr) return order.entries[index];
+  return order.reversed ? order.count - 1 - index : index;
+}
+
+// The lowest index below `end` of an ident that is not above the wanted one, in values sorted by
+// ident, the larger first; in strides that double, as it is mostly near.
+uint32_t seek(const ValueEntry* values, uint32_t end, uint32_t ident) {
+  uint32_t stride = 1;
+  while (end >= stride && values[end - stride].ident <= ident) {
+    end -= stride;
+    stride *= 2;
+  }
+  for (stride /= 2; stride > 0; stride /= 2) {
+    if (end >= stride && values[end - stride].ident <= ident) end -= stride;
+  }
+  return end;
+}
+
+// Calls visit(entry index, index of its ident's first record or kNoRecord) for every entry.
+template <typename Visit>
+void join(const EntryOrder& order, const ValueEntry* values, uint32_t count, Visit visit) {
+  uint32_t place = count;
+  for (uint32_t i = 0; i < order.count; ++i) {
+    const uint32_t ident = order.idents[i];
+    place = seek(values, place, ident);
+    const bool found = place < count && values[place].ident == ident;
+    visit(entry_at(order, i), found ? place : kNoRecord);
+  }
+}
+
+uint32_t score_by_column(const Question& question, ValueColumn* column, PdlScores* scores) {
+  uint32_t last = 0;
+  join(scores->order, column->entries, column->entry_count, [&](uint32_t entry, uint32_t record) {
+    int32_t score = 0;
+    uint32_t code = kVrelNotFound;
+    if (record != kNoRecord) code = answer(question, column, column->values[record], &score);
+    scores->scores[entry] = code == 0 ? score : 0;
+    if (entry + 1 == scores->count) last = code;
+  });
+  return last;
+}
+
+}  // namespace
+
+uint32_t playlist_pdl_scores_create(Results* results, PdlScores** out_scores) {
+  auto* const scores = static_cast<PdlScores*>(vrel_memory_calloc(1, sizeof(PdlScores)));
+  if (scores == nullptr) return PLERR_NoMemory;
+  scores->results = results;
+  scores->count = playlist_results_count(results);
+  if (scores->count != 0) scores->scores = allocate<int32_t>(scores->count);
+  if (scores->count != 0 && scores->scores == nullptr) {
+    vrel_memory_free(scores);
+    return PLERR_NoMemory;
+  }
+  int32_t* next = scores->scores;
+  static_cast<void>(playlist_for_each<ResultEntry>(results->entries, [&](const ResultEntry& entry) {
+    *next++ = entry.score;
+    return uint32_t{0};
+  }));
+  *out_scores = scores;
+  return 0;
+}
+
+void playlist_pdl_scores_delete(PdlScores* scores) {
+  if (scores == nullptr) return;
+  free_order(&scores->order);
+  vrel_memory_free(scores->scores);
+  vrel_memory_free(scores);
+}
+
+void playlist_pdl_scores_store(const PdlScores* scores) {
+  const int32_t* next = scores->scores;
+  static_cast<void>(
+      playlist_for_each<ResultEntry>(scores->results->entries, [&](ResultEntry& entry) {
+        entry.score = *next++;
+        return uint32_t{0};
+      }));
+}
+
+uint32_t playlist_pdl_add_matches(PdlNode* comparison, Results* results) {
+  uint32_t code = 0;
+  ValueColumn* const column = column_for(question_of(comparison, results));
+  if (column != nullptr && add_from_column(comparison, results, column, &code)) return code;
+  return add_by_walk(comparison, results);
+}
+
+uint32_t playlist_pdl_filter_matches(PdlNode* comparison, Results* results) {
+  if (!playlist_pdl_is_usable(comparison)) return vrel_vector2_clear(results->entries);
+  ScoreCache cache = {};
+  MatchFilter filter = {question_of(comparison, results), nullptr};
+  if (traits_of(filter.question).remembers) filter.cache = &cache;
+  const uint32_t code = vrel_vector2_retain(results->entries, keep_match, &filter);
+  playlist_score_cache_clear(&cache);
+  return code;
+}
+
+uint32_t playlist_pdl_score(const PdlNode* comparison, PdlScores* scores) {
+  // Looking up is what sorts the values, so without entries they stay in the order of capture.
+  if (scores->count == 0) return 0;
+  if (!playlist_pdl_is_usable(comparison)) {
+    memset(scores->scores, 0, scores->count * sizeof *scores->scores);
+    return 0;
+  }
+  const Question question = question_of(comparison, scores->results);
+  PL_TRY(playlist_attrinfo_sort(question.identifier->attribute));
+  ValueColumn* const column = column_for(question);
+  if (column != nullptr && start_answers(question, column) &&
+      make_order(scores->results, &scores->order)) {
+    return score_by_column(question, column, scores);
+  }
+  return score_by_lookup(question, scores);
+}
+
+void playlist_pdl_set_groups(Results* results, AttributeInfo* info) {
+  static_cast<void>(playlist_for_each<ResultEntry>(results->entries, [&](ResultEntry& entry) {
+    const ValueEntry* record = nullptr;
+    entry.group = {};
+    if (find_record(info->values, entry.record.ident, &record) == 0) entry.group = *record;
+    return uint32_t{0};
+  }));
+}
