@@ -1,4 +1,6 @@
 // playlist_api_results: building, reading and releasing playlists.
+#include <cstddef>
+
 #include "playlist_error.h"
 #include "playlist_owner.h"
 #include "playlist_results.h"
@@ -37,6 +39,15 @@ uint32_t keep_first_of_ident(void* element, void* context, uint8_t* out_keep) {
   last->any = true;
   last->ident = entry->record.ident;
   return 0;
+}
+
+bool scores_are_equal(const Results* results) {
+  void* first = nullptr;
+  if (vrel_vector2_getindex(results->entries, 0, &first) != 0) return true;
+  const int32_t score = static_cast<const ResultEntry*>(first)->score;
+  return playlist_for_each<ResultEntry>(results->entries, [=](const ResultEntry& entry) {
+           return uint32_t{entry.score != score};
+         }) == 0;
 }
 
 uint32_t ident_at(Results* results, uint32_t index, const char** out_ident) {
@@ -89,11 +100,14 @@ uint32_t _playlist_results_merge(Results* destination, Results* source) {
   return last;
 }
 
-uint32_t _playlist_results_unique(Results* results) {
+uint32_t _playlist_results_unique(Results* results, bool last) {
   if (results->distinct || playlist_results_count(results) < 2) return 0;
-  PL_TRY(vrel_vector2_sort(results->entries, playlist_results_sort_by_ident, 0));
-  FirstOfIdent last = {};
-  PL_TRY(vrel_vector2_retain(results->entries, keep_first_of_ident, &last));
+  const bool interchangeable = last && (results->scored_later || scores_are_equal(results));
+  const vrel_vector2_key by_ident = {offsetof(ResultEntry, record.ident), 0,
+                                     interchangeable ? kVrelTiesFree : kVrelTiesRare};
+  PL_TRY(vrel_vector2_sort_by_key(results->entries, playlist_results_sort_by_ident, &by_ident));
+  FirstOfIdent first = {};
+  PL_TRY(vrel_vector2_retain(results->entries, keep_first_of_ident, &first));
   results->distinct = true;
   return 0;
 }

@@ -124,6 +124,23 @@ const char* after(const char* text, char mark) {
   return *text == mark ? text + 1 : nullptr;
 }
 
+constexpr uint32_t kPlainDigits = 9;  // so many always fit
+
+bool is_digit(char character) {
+  return character >= '0' && character <= '9';
+}
+
+// The number at the cursor, which moves behind its digits as far as they are plain.
+uint32_t read_number(const char** cursor) {
+  const char* const start = *cursor;
+  uint32_t number = 0;
+  for (uint32_t i = 0; i < kPlainDigits && is_digit(**cursor); ++i, ++*cursor) {
+    number = number * 10 + static_cast<uint32_t>(**cursor - '0');
+  }
+  const bool is_plain = is_digit(*start) && !is_digit(**cursor);
+  return is_plain ? number : vrel_string_atou32(start);
+}
+
 int32_t score_of_distance(float total, float limit) {
   float r = (sqrtf(total) / limit) * 2000.0f;
   if (r > 2000.0f) {
@@ -156,10 +173,10 @@ uint32_t playlist_fill_mood_vector(const char* text, RawMoodVector* out_vector) 
   *out_vector = {};
   const char* cursor = text;
   while (cursor != nullptr && out_vector->count < kMoodPairs) {
-    out_vector->ids[out_vector->count] = vrel_string_atou32(cursor);
+    out_vector->ids[out_vector->count] = read_number(&cursor);
     cursor = after(cursor, ':');
     if (cursor == nullptr) break;
-    out_vector->weights[out_vector->count++] = vrel_string_atou32(cursor);
+    out_vector->weights[out_vector->count++] = read_number(&cursor);
     cursor = after(cursor, ',');
   }
   return 0;

@@ -141,11 +141,11 @@ void next_values(Sides* sides, int32_t score, int32_t* out_left, int32_t* out_ri
   ++sides->index;
 }
 
-uint32_t copy_scores(const PdlScores& scores, int32_t** out_values) {
-  if (scores.count == 0) return 0;
-  auto* const values = static_cast<int32_t*>(vrel_memory_calloc(scores.count, sizeof(int32_t)));
-  if (values == nullptr) return PLERR_NoMemory;
-  memcpy(values, scores.scores, scores.count * sizeof *values);
+uint32_t copy_scores(PdlScores* scores, int32_t** out_values) {
+  if (scores->count == 0) return 0;
+  auto* const values = static_cast<int32_t*>(vrel_memory_calloc(scores->count, sizeof(int32_t)));
+  if (values == nullptr) return scores->failure = PLERR_NoMemory;
+  memcpy(values, scores->scores, scores->count * sizeof *values);
   *out_values = values;
   return 0;
 }
@@ -214,7 +214,7 @@ uint32_t score_side(const PdlNode* side, PdlScores* scores) {
 uint32_t score_sides(PdlNode* node, const PdlNode* left, const PdlNode* right, PdlScores* scores) {
   if (left != nullptr) PL_TRY(score_side(left, scores));
   if (right == nullptr) return 0;
-  if (!is_number(node->left)) PL_TRY(copy_scores(*scores, &node->run.values));
+  if (!is_number(node->left)) PL_TRY(copy_scores(scores, &node->run.values));
   return score_side(right, scores);
 }
 
@@ -336,12 +336,21 @@ void delete_selected(PdlNode* node) {
   node->run.selected = nullptr;
 }
 
+// Whether nothing is selected or filtered behind the node: all above it in WHERE are ORs whose
+// right side it is, or the end of.
+bool is_last_of_where(const PdlNode* node) {
+  for (; node->parent != nullptr && node->parent->kind != kPdlWhere; node = node->parent) {
+    if (node->parent->kind != kPdlOr || node->parent->right != node) return false;
+  }
+  return true;
+}
+
 // What the children selected is added whatever became of them: neither child's outcome is told.
 uint32_t merge_selected(PdlNode* node) {
   Results* const results = node->run.results;
   const uint32_t code = _playlist_results_merge(results, node->run.selected);
   delete_selected(node);
-  return code == 0 ? _playlist_results_unique(results) : code;
+  return code == 0 ? _playlist_results_unique(results, false) : code;
 }
 
 // AND that adds: the left child selects into entries of their own, the right child filters those.
@@ -368,7 +377,7 @@ uint32_t perform_both(PdlNode* node, uint32_t mode, uint32_t child_code, PdlNode
     case 1:
       return enter_child(node->right, node->run.results, mode, enter);
     default:
-      return _playlist_results_unique(node->run.results);
+      return _playlist_results_unique(node->run.results, is_last_of_where(node));
   }
 }
 
@@ -418,7 +427,7 @@ uint32_t perform_arithmetic(PdlNode* node, PdlNode** enter) {
     return 0;
   }
   if (run.stage <= 1 && !is_number(node->right)) {
-    if (!is_number(node->left)) PL_TRY(copy_scores(*run.scores, &run.values));
+    if (!is_number(node->left)) PL_TRY(copy_scores(run.scores, &run.values));
     run.stage = 1;
     if (enter_child(node->right, run.results, run.mode, run.scores, enter) == 0) return 0;
   }
@@ -457,6 +466,10 @@ uint32_t _playlist_pdl_setup_ident_op_ident(PdlNode* node, trova_gdo* seed) {
 
 uint32_t _playlist_pdl_perform_actions(vrel_vector* actions, Results* results) {
   PL_TRY(vrel_vector_sort(actions, compare_actions, 0));
+  PL_TRY(for_each_action(actions, [&](const PdlNode* action) {
+    results->scored_later = results->scored_later || action->kind == kPdlOrder;
+    return uint32_t{0};
+  }));
   PL_TRY(for_each_action(actions, [&](PdlNode* action) { return perform_tree(action, results); }));
   return log_error(__LINE__, vrel_vector2_sort_by_key(results->entries, compare_score, &kByScore));
 }
@@ -474,6 +487,7 @@ uint32_t _playlist_pdl_perform_order(PdlNode* node, uint32_t child_code, PdlNode
     code = enter_child(node->right, run.results, run.mode, run.scores, enter);
     if (code == 0) return 0;
   }
+  if (run.scores->failure != 0) code = run.scores->failure;
   playlist_pdl_scores_store(run.scores);
   playlist_pdl_scores_delete(run.scores);
   run.scores = nullptr;

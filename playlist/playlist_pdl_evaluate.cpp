@@ -395,6 +395,25 @@ uint32_t score_by_column(const Question& question, ValueColumn* column, PdlScore
   return last;
 }
 
+// False when there is no memory.
+bool set_groups_by_join(Results* results, AttributeInfo* info) {
+  void* entries = nullptr;
+  void* values = nullptr;
+  uint32_t bytes = 0;
+  uint32_t size = 0;
+  EntryOrder order = {};
+  if (vrel_vector2_get_buffer(results->entries, &entries, &bytes, &size) != 0) return false;
+  if (vrel_vector2_get_buffer(info->values, &values, &bytes, &size) != 0) return false;
+  if (!make_order(results, &order)) return false;
+  auto* const entry = static_cast<ResultEntry*>(entries);
+  const auto* const record = static_cast<const ValueEntry*>(values);
+  join(order, record, bytes / size, [=](uint32_t index, uint32_t place) {
+    entry[index].group = place != kNoRecord ? record[place] : ValueEntry{};
+  });
+  free_order(&order);
+  return true;
+}
+
 }  // namespace
 
 uint32_t playlist_pdl_scores_create(Results* results, PdlScores** out_scores) {
@@ -467,6 +486,7 @@ uint32_t playlist_pdl_score(const PdlNode* comparison, PdlScores* scores) {
 }
 
 void playlist_pdl_set_groups(Results* results, AttributeInfo* info) {
+  if (set_groups_by_join(results, info)) return;
   static_cast<void>(playlist_for_each<ResultEntry>(results->entries, [&](ResultEntry& entry) {
     const ValueEntry* record = nullptr;
     entry.group = {};

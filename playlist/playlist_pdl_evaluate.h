@@ -23,6 +23,7 @@ struct PdlScores {
   uint32_t count;
   int32_t* scores;  // by entry
   EntryOrder order;
+  uint32_t failure;  // memory that was missing; other failures of a part leave its scores at 0
 };
 
 uint32_t playlist_pdl_scores_create(Results* results, PdlScores** out_scores);

@@ -35,6 +35,7 @@ struct trova_playlist_results {
   Collection* collection;  // holds a reference, so the texts of the idents outlive the results
   vrel_vector2* entries;   // of ResultEntry
   bool distinct;           // no ident twice and in ident order: nothing was added since unique
+  bool scored_later;       // ORDER will give every entry another score
 };
 using Results = trova_playlist_results;
 
@@ -62,8 +63,9 @@ uint32_t _playlist_results_reserve(Results* results, uint32_t count);
 uint32_t _playlist_results_merge(Results* destination, Results* source);
 
 // Brings the entries in ident order and keeps one of each ident: the one that the sort puts first,
-// which is not necessarily the best.
-uint32_t _playlist_results_unique(Results* results);
+// which is not necessarily the best. With `last` nothing will look at the records any more: where
+// the scores do not tell entries of one ident apart either, any of them will do.
+uint32_t _playlist_results_unique(Results* results, bool last);
 
 // Ascending by ident.
 int32_t playlist_results_sort_by_ident(const void* a, const void* b, uint32_t size);
