@@ -67,9 +67,8 @@ uint32_t _playlist_results_create(Collection* collection, Results** out_results)
   return 0;
 }
 
-uint32_t _playlist_results_add_result(Results* results, const PdlNode* producer,
-                                      const ValueEntry& record, int32_t score) {
-  const ResultEntry entry = {producer, score, record, {}};
+uint32_t _playlist_results_add_result(Results* results, const ValueEntry& record, int32_t score) {
+  const ResultEntry entry = {score, record, 0};
   results->distinct = false;
   return vrel_vector2_add(results->entries, &entry, sizeof entry, nullptr);
 }

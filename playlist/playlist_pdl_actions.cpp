@@ -253,14 +253,13 @@ constexpr vrel_vector2_key kByScore = {offsetof(ResultEntry, score), INT32_MAX, 
 
 // Highest group first.
 int32_t compare_group(const void* a, const void* b, uint32_t /*size*/) {
-  const uint32_t group_a = static_cast<const ResultEntry*>(a)->group.value;
-  const uint32_t group_b = static_cast<const ResultEntry*>(b)->group.value;
+  const uint32_t group_a = static_cast<const ResultEntry*>(a)->group;
+  const uint32_t group_b = static_cast<const ResultEntry*>(b)->group;
   if (group_a == group_b) return 0;
   return group_a > group_b ? -1 : 1;
 }
 
-constexpr vrel_vector2_key kByGroup = {offsetof(ResultEntry, group.value), UINT32_MAX,
-                                       kVrelTiesCommon};
+constexpr vrel_vector2_key kByGroup = {offsetof(ResultEntry, group), UINT32_MAX, kVrelTiesCommon};
 
 struct GroupFilter {
   uint32_t limit;
@@ -270,7 +269,7 @@ struct GroupFilter {
 
 uint32_t keep_within_group(void* element, void* context, uint8_t* out_keep) {
   auto* const filter = static_cast<GroupFilter*>(context);
-  const uint32_t group = static_cast<const ResultEntry*>(element)->group.value;
+  const uint32_t group = static_cast<const ResultEntry*>(element)->group;
   if (filter->count == 0 || group != filter->group) {
     filter->group = group;
     filter->count = 0;
@@ -503,7 +502,7 @@ uint32_t _playlist_pdl_perform_whereall(PdlNode* node, uint32_t /*child_code*/,
   for (uint32_t i = 0; i < count; ++i) {
     ValueEntry record = {};
     if (vrel_stringtable_enum(idents, i, &record.ident, nullptr) != 0) continue;
-    const uint32_t code = _playlist_results_add_result(results, node, record, kWhereAllScore);
+    const uint32_t code = _playlist_results_add_result(results, record, kWhereAllScore);
     if (code != 0) return log_error(__LINE__, code);
   }
   return 0;

@@ -22,8 +22,8 @@ constexpr uint32_t kNoRecord = UINT32_MAX;
 constexpr uint32_t kBatch = 32;
 
 template <typename T>
-T* allocate(uint32_t count) {
-  const uint64_t bytes = uint64_t{count} * sizeof(T);
+T* allocate(uint64_t count) {
+  const uint64_t bytes = count * sizeof(T);
   if (bytes > UINT32_MAX) return nullptr;
   return static_cast<T*>(vrel_memory_alloc(static_cast<size_t>(bytes)));
 }
@@ -89,10 +89,10 @@ uint32_t answer(const Question& question, ValueColumn* column, uint32_t value, i
 // Hands entries to a playlist in batches.
 class Adder {
  public:
-  Adder(Results* results, const PdlNode* producer) : results_(results), producer_(producer) {}
+  explicit Adder(Results* results) : results_(results) {}
 
   void add(const ValueEntry& record, int32_t score) {
-    batch_[used_++] = {producer_, score, record, {}};
+    batch_[used_++] = {score, record, 0};
     if (used_ == kBatch) flush();
   }
   // The first code that adding answered.
@@ -108,7 +108,6 @@ class Adder {
   }
 
   Results* results_;
-  const PdlNode* producer_;
   uint32_t used_ = 0;
   uint32_t code_ = 0;
   ResultEntry batch_[kBatch];
@@ -213,7 +212,7 @@ bool add_from_column(PdlNode* comparison, Results* results, ValueColumn* column,
     code = select_values(question, column, &selection);
   }
   if (_playlist_results_reserve(results, selection.total) != 0) return false;
-  Adder adder(results, comparison);
+  Adder adder(results);
   if (selection.values == 1) {
     add_only(*column, selection, &adder);
   } else if (selection.total > column->entry_count / 8) {
@@ -235,7 +234,7 @@ uint32_t add_by_walk(PdlNode* comparison, Results* results) {
         int32_t score = 0;
         const uint32_t code = evaluate(question, record, &score);
         if (vrel_failed(code)) return code;
-        return score == 0 ? 0 : _playlist_results_add_result(results, comparison, record, score);
+        return score == 0 ? 0 : _playlist_results_add_result(results, record, score);
       });
 }
 
@@ -314,11 +313,11 @@ void reverse(uint32_t* numbers, uint32_t count) {
 // Sorts the idents, and tells which entry each is of.
 bool sort_idents(EntryOrder* order) {
   const uint32_t count = order->count;
-  auto* const keys = allocate<uint64_t>(count);
+  auto* const keys = allocate<uint64_t>(uint64_t{count} * 2);
   order->entries = allocate<uint32_t>(count);
   if (keys != nullptr && order->entries != nullptr) {
     for (uint32_t i = 0; i < count; ++i) keys[i] = uint64_t{order->idents[i]} << 32 | i;
-    vrel_utils_qsort_distinct(keys, count, true);
+    vrel_utils_qsort_distinct(keys, count, true, keys + count);
     for (uint32_t i = 0; i < count; ++i) {
       order->idents[i] = static_cast<uint32_t>(keys[i] >> 32);
       order->entries[i] = static_cast<uint32_t>(keys[i]);
@@ -408,7 +407,7 @@ bool set_groups_by_join(Results* results, AttributeInfo* info) {
   auto* const entry = static_cast<ResultEntry*>(entries);
   const auto* const record = static_cast<const ValueEntry*>(values);
   join(order, record, bytes / size, [=](uint32_t index, uint32_t place) {
-    entry[index].group = place != kNoRecord ? record[place] : ValueEntry{};
+    entry[index].group = place != kNoRecord ? record[place].value : 0;
   });
   free_order(&order);
   return true;
@@ -489,8 +488,8 @@ void playlist_pdl_set_groups(Results* results, AttributeInfo* info) {
   if (set_groups_by_join(results, info)) return;
   static_cast<void>(playlist_for_each<ResultEntry>(results->entries, [&](ResultEntry& entry) {
     const ValueEntry* record = nullptr;
-    entry.group = {};
-    if (find_record(info->values, entry.record.ident, &record) == 0) entry.group = *record;
+    entry.group = 0;
+    if (find_record(info->values, entry.record.ident, &record) == 0) entry.group = record->value;
     return uint32_t{0};
   }));
 }

@@ -49,7 +49,7 @@ uint32_t playlist_pdl_filter_matches(PdlNode* comparison, Results* results);
 // entry: its lookup's, or its evaluation's when that failed.
 uint32_t playlist_pdl_score(const PdlNode* comparison, PdlScores* scores);
 
-// Gives every entry its ident's record as its group; {} where there is none. The values are sorted.
+// Gives every entry its ident's value as its group; 0 where there is none. The values are sorted.
 void playlist_pdl_set_groups(Results* results, AttributeInfo* info);
 
 #endif  // PLAYLIST_PDL_EVALUATE_H

@@ -11,20 +11,13 @@
 #include "vrel_thread.h"
 #include "vrel_vector2.h"
 
-struct PdlNode;
-
 // One entry of a playlist.
 struct ResultEntry {
-  const PdlNode* producer;  // the node that added the entry; dangles once the statement is gone
   int32_t score;
   ValueEntry record;  // the captured value that admitted the entry, and its ident
-  ValueEntry group;   // of the attribute of the last LIMIT ... PER
+  uint32_t group;     // value of its ident for the attribute of LIMIT ... PER
 };
-VREL_LAYOUT_SIZE(ResultEntry, 32);
-VREL_LAYOUT_FIELD(ResultEntry, producer, 0);
-VREL_LAYOUT_FIELD(ResultEntry, score, 4);
-VREL_LAYOUT_FIELD(ResultEntry, record, 8);
-VREL_LAYOUT_FIELD(ResultEntry, group, 20);
+static_assert(sizeof(ResultEntry) == 20, "there may be a million of them");
 
 // Filled by one thread under the collection's lock, never changed once handed out: reading takes
 // no lock.
@@ -49,8 +42,7 @@ VREL_LAYOUT_FIELD(Results, entries, 16);
 uint32_t _playlist_results_create(Collection* collection, Results** out_results);
 
 // Appends one entry; in results that are sorted it goes to its place in the order.
-uint32_t _playlist_results_add_result(Results* results, const PdlNode* producer,
-                                      const ValueEntry& record, int32_t score);
+uint32_t _playlist_results_add_result(Results* results, const ValueEntry& record, int32_t score);
 
 // Appends entries, all or none; in results that are sorted each goes to its place, as far as they
 // find room.

@@ -32,6 +32,7 @@ struct Elements {
 // Keys that are ordered by their upper halves.
 struct Keys {
   uint64_t* base;
+  uint32_t* places;  // room for as many indexes as there are keys, for the quicksort
 };
 
 // How far a sort has come.
@@ -243,29 +244,56 @@ static Scan _vrel_sort_scan(const Elements& elements, uint32_t low, uint32_t hig
   return {i, all_equal};
 }
 
-// The same moves without branches that depend on the keys. `key` is the one that belongs at i.
+static void _vrel_sort_rotate(const Keys& keys, uint32_t low, uint32_t high) {
+  const uint64_t first = keys.base[low];
+  memmove(keys.base + low, keys.base + low + 1, (high - low - 1) * sizeof first);
+  keys.base[high - 1] = first;
+}
+
+// What the same scan comes to, in passes without branches that depend on the keys.
+//
+// It ends with the keys that are not above the pivot in front of `split`, and those above behind
+// it. Of the keys in front of `split` those above the pivot, from the left, each make room for one
+// from behind it that is not, from the right; all others there stay where they are. A key that
+// leaves for the back comes to stand at its end as it then is, and what is above the pivot already
+// moves down by one place for it. So the back as a whole moves down by one; each key that leaves
+// takes the place that the one taken before it left free, and the first one the end. At last the
+// key at `split` itself leaves: the scan meets it from both sides.
 static Scan _vrel_sort_scan(const Keys& keys, uint32_t low, uint32_t high) {
   uint64_t* const base = keys.base;
   const uint64_t pivot = base[low] | UINT32_MAX;
-  if (high - low < 2) return {high, true};
-  uint32_t i = low + 1;
-  uint32_t j = high;
-  uint64_t key = base[i];
+  uint32_t split = low + 1;
   uint64_t differing = 0;
-  while (j - i > 1) {
-    const uint32_t above = key > pivot;
-    differing |= key ^ pivot;
-    j -= above;
-    const uint32_t place = above != 0 ? j : i;
-    i += 1 - above;
-    const uint64_t next = base[above != 0 ? j : i];
-    base[place] = key;
-    key = next;
+  for (uint32_t i = low + 1; i < high; ++i) {
+    split += base[i] <= pivot;
+    differing |= base[i] ^ pivot;
   }
-  base[i] = key;
-  differing |= key ^ pivot;
-  if (key <= pivot) ++i;
-  return {i, _vrel_sort_upper(differing) == 0};
+  if (_vrel_sort_upper(differing) == 0) return {high, true};
+  if (split == high) return {high, false};
+
+  // As many leave the front as the back.
+  uint32_t* const leaving = keys.places + low;
+  uint32_t count = 0;
+  for (uint32_t i = low + 1; i < split; ++i) {
+    leaving[count] = i;
+    count += base[i] > pivot;
+  }
+  uint32_t* const taken = leaving + count;
+  uint32_t found = 0;
+  for (uint32_t j = high - 1; found < count; --j) {
+    taken[found] = j;
+    found += base[j] <= pivot;
+  }
+  uint64_t next = base[split];
+  for (uint32_t k = count; k > 0; --k) {
+    const uint64_t leaves = base[leaving[k - 1]];
+    base[leaving[k - 1]] = base[taken[k - 1]];
+    base[taken[k - 1]] = next;
+    next = leaves;
+  }
+  memmove(base + split, base + split + 1, (high - split - 1) * sizeof next);
+  base[high - 1] = next;
+  return {split, false};
 }
 
 // Comparisons that contradict themselves may call elements equal that are not.
@@ -327,9 +355,8 @@ static Course _vrel_sort_course(uint32_t count, uint32_t wanted) {
   return {count <= kPlainCount, uint64_t{count} * (_vrel_sort_log2(count) + 1) * 3 / 2, wanted};
 }
 
-// Sorts what is ascending or descending already; false for anything else. Where few values are
-// there the quicksort costs little, and ties come out as it leaves them; more of them would cost it
-// a scan for every second one.
+// Sorts what is ascending or descending already; false for anything else. With ties that is left to
+// the quicksort while it costs little: it takes a scan for every second value that is there.
 template <typename Items>
 static bool _vrel_sort_presorted(const Items& items, uint32_t count) {
   uint32_t ascents = 0;
@@ -341,7 +368,8 @@ static bool _vrel_sort_presorted(const Items& items, uint32_t count) {
   }
   if (ascents != 0 && descents != 0) return false;
   const uint32_t steps = ascents + descents;
-  if (steps + 1 < count && steps < 6 * (_vrel_sort_log2(count) + 1)) return false;
+  const bool few = count <= kPlainCount || steps < 6 * (_vrel_sort_log2(count) + 1);
+  if (steps + 1 < count && few) return false;
   if (descents != 0) _vrel_sort_reverse(items, 0, count);
   return true;
 }
@@ -360,8 +388,8 @@ uint32_t vrel_utils_qsort(void* array, uint32_t count, uint32_t element_size,
   return 0;
 }
 
-void vrel_utils_qsort_keys(uint64_t* keys, uint32_t count, uint32_t wanted) {
-  _vrel_sort(Keys{keys}, count, wanted);
+void vrel_utils_qsort_keys(uint64_t* keys, uint32_t count, uint32_t wanted, uint32_t* spare) {
+  _vrel_sort(Keys{keys, spare}, count, wanted);
 }
 
 // ---- Keys that hardly tie ----
@@ -376,64 +404,15 @@ static bool _vrel_sort_has_ties(const Keys& keys, uint32_t count) {
   return false;
 }
 
-void vrel_utils_qsort_distinct(uint64_t* keys, uint32_t count, bool free_ties) {
-  void* const spare = count < kLeastRadix ? nullptr : vrel_memory_alloc(count * sizeof *keys);
-  if (spare == nullptr) {
-    vrel_utils_qsort_keys(keys, count, count);
-    return;
-  }
-  auto* const other = static_cast<uint64_t*>(spare);
-  _vrel_sort_radix(keys, count, other);
-  if (!free_ties && _vrel_sort_has_ties({keys}, count)) {
+void vrel_utils_qsort_distinct(uint64_t* keys, uint32_t count, bool free_ties, uint64_t* spare) {
+  const Keys all = {keys, reinterpret_cast<uint32_t*>(spare)};
+  if (_vrel_sort_presorted(all, count)) return;
+  if (count >= kLeastRadix) {
+    _vrel_sort_radix(keys, count, spare);
+    if (free_ties || !_vrel_sort_has_ties(all, count)) return;
     // Back to the beginning: each key knows where it came from.
-    for (uint32_t i = 0; i < count; ++i) other[static_cast<uint32_t>(keys[i])] = keys[i];
-    memcpy(keys, other, count * sizeof *keys);
-    vrel_utils_qsort_keys(keys, count, count);
+    for (uint32_t i = 0; i < count; ++i) spare[static_cast<uint32_t>(keys[i])] = keys[i];
+    memcpy(keys, spare, count * sizeof *keys);
   }
-  vrel_memory_free(spare);
-}
-
-// ---- Permutations ----
-
-// Moves elements of N bytes round their cycles; keys that are done name their own place.
-template <size_t N>
-static void _vrel_sort_permute(char* base, uint64_t* keys, uint32_t count) {
-  for (uint32_t start = 0; start < count; ++start) {
-    auto from = static_cast<uint32_t>(keys[start]);
-    if (from == start) continue;
-    char first[N];
-    memcpy(first, base + size_t{start} * N, N);
-    uint32_t to = start;
-    while (from != start) {
-      memcpy(base + size_t{to} * N, base + size_t{from} * N, N);
-      keys[to] = to;
-      to = from;
-      from = static_cast<uint32_t>(keys[to]);
-    }
-    memcpy(base + size_t{to} * N, first, N);
-    keys[to] = to;
-  }
-}
-
-bool vrel_utils_permute(void* array, uint32_t element_size, uint64_t* keys, uint32_t count) {
-  auto* const base = static_cast<char*>(array);
-  switch (element_size) {
-    case 4:
-      _vrel_sort_permute<4>(base, keys, count);
-      return true;
-    case 8:
-      _vrel_sort_permute<8>(base, keys, count);
-      return true;
-    case 12:
-      _vrel_sort_permute<12>(base, keys, count);
-      return true;
-    case 32:
-      _vrel_sort_permute<32>(base, keys, count);
-      return true;
-    case 40:
-      _vrel_sort_permute<40>(base, keys, count);
-      return true;
-    default:
-      return false;
-  }
+  _vrel_sort(all, count, count);
 }

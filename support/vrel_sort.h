@@ -23,15 +23,12 @@ uint32_t vrel_utils_qsort(void* array, uint32_t count, uint32_t element_size,
 // quicker. The upper half of a key is the number, the lower half the index of its element.
 
 // Sorts by the upper halves, and leaves the keys where vrel_utils_qsort leaves elements that
-// compare as their numbers do. Places from `wanted` on hold the other keys in any order.
-void vrel_utils_qsort_keys(uint64_t* keys, uint32_t count, uint32_t wanted);
+// compare as their numbers do. Places from `wanted` on hold the other keys in any order. `spare`
+// has room for `count` numbers, here and below.
+void vrel_utils_qsort_keys(uint64_t* keys, uint32_t count, uint32_t wanted, uint32_t* spare);
 
 // The same for numbers that are mostly distinct. Keys must be at the indexes that they name. With
 // `free_ties` it does not matter where ties come to stand.
-void vrel_utils_qsort_distinct(uint64_t* keys, uint32_t count, bool free_ties);
-
-// Brings the elements into the order of their keys, whose lower halves name each element once.
-// False, and nothing is moved, for an element size that no vector of ours needs. Keys are used up.
-bool vrel_utils_permute(void* array, uint32_t element_size, uint64_t* keys, uint32_t count);
+void vrel_utils_qsort_distinct(uint64_t* keys, uint32_t count, bool free_ties, uint64_t* spare);
 
 #endif  // VREL_SORT_H

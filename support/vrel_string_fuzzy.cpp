@@ -21,6 +21,11 @@ uint32_t fold(uint32_t character) {
   return character >= 'A' && character <= 'Z' ? character + 32 : character;
 }
 
+// A table that has so many times the entries of another is searched for them.
+constexpr uint32_t kMuchLonger = 8;
+// Up to here the simplest sort is the quickest.
+constexpr uint32_t kShortTable = 48;
+
 // The next character, folded and cut to 16 bits. False for bytes that are not UTF-8.
 bool next_character(const char** at, uint32_t* out) {
   uint32_t character = 0;
@@ -109,9 +114,22 @@ uint32_t lower_bound(const vrel_bigrams& sorted, uint32_t low, uint32_t wanted) 
   return low;
 }
 
-// The size of the multiset that two sorted tables have in common. Searches the longer table for
-// what the shorter one holds, so a title against a book costs what the title does.
-uint32_t count_common(const vrel_bigrams& shorter, const vrel_bigrams& longer) {
+// The size of the multiset that two sorted tables have in common, by going through both.
+uint32_t merge_common(const vrel_bigrams& a, const vrel_bigrams& b) {
+  uint32_t common = 0;
+  for (uint32_t i = 0, j = 0; i < a.count && j < b.count;) {
+    const uint32_t entry_a = a.entries[i];
+    const uint32_t entry_b = b.entries[j];
+    common += entry_a == entry_b;
+    i += entry_a <= entry_b;
+    j += entry_b <= entry_a;
+  }
+  return common;
+}
+
+// The same by searching the longer table for what the shorter one holds, so a title against a book
+// costs what the title does.
+uint32_t search_common(const vrel_bigrams& shorter, const vrel_bigrams& longer) {
   uint32_t common = 0;
   uint32_t at = 0;
   for (uint32_t i = 0; i < shorter.count; ++i) {
@@ -122,6 +140,23 @@ uint32_t count_common(const vrel_bigrams& shorter, const vrel_bigrams& longer) {
     ++at;
   }
   return common;
+}
+
+uint32_t count_common(const vrel_bigrams& shorter, const vrel_bigrams& longer) {
+  const bool alike = longer.count / kMuchLonger <= shorter.count;
+  return alike ? merge_common(shorter, longer) : search_common(shorter, longer);
+}
+
+// Equal entries are all alike, so any sort gives the same.
+void insertion_sort(vrel_bigrams* table) {
+  for (uint32_t i = 1; i < table->count; ++i) {
+    const uint32_t entry = table->entries[i];
+    uint32_t place = i;
+    for (; place > 0 && table->entries[place - 1] > entry; --place) {
+      table->entries[place] = table->entries[place - 1];
+    }
+    table->entries[place] = entry;
+  }
 }
 
 float likeness(const vrel_bigrams& a, const vrel_bigrams& b) {
@@ -157,7 +192,7 @@ void vrel_string_bigrams_delete(vrel_bigrams* table) {
 }
 
 void vrel_string_bigrams_sort(vrel_bigrams* table) {
-  if (table->count == 0) return;
+  if (table->count <= kShortTable) return insertion_sort(table);
   static_cast<void>(
       vrel_utils_qsort(table->entries, table->count, sizeof(uint32_t), compare_entries, nullptr));
 }

@@ -406,10 +406,12 @@ uint32_t vrel_vector2_deleterange(vrel_vector2* vector, uint32_t first, uint32_t
 
 // ---- Bulk ----
 
-// The key of each element. False where the numbers lie 2^31 or more apart, or there is no memory.
+// The key of each element, and room behind them to sort. False where the numbers lie 2^31 or more
+// apart, or there is no memory.
 static bool _vrel_vector2_make_keys(const vrel_vector2* vector, const vrel_vector2_key& key,
                                     uint64_t** out_keys) {
-  const uint64_t bytes = uint64_t{vector->count} * sizeof(uint64_t);
+  const size_t spare = key.ties == kVrelTiesCommon ? sizeof(uint32_t) : sizeof(uint64_t);
+  const uint64_t bytes = uint64_t{vector->count} * (sizeof(uint64_t) + spare);
   if (bytes > UINT32_MAX) return false;
   auto* const keys = static_cast<uint64_t*>(vrel_memory_alloc(static_cast<size_t>(bytes)));
   if (keys == nullptr) return false;
@@ -432,14 +434,28 @@ static bool _vrel_vector2_make_keys(const vrel_vector2* vector, const vrel_vecto
   return true;
 }
 
+template <size_t kSize>
+static void _vrel_vector2_copy_named(const vrel_vector2* vector, const uint64_t* keys,
+                                     uint32_t count, char* to) {
+  const size_t size = kSize != 0 ? kSize : vector->element_size;
+  for (uint32_t i = 0; i < count; ++i, to += size) {
+    memcpy(to, vector->data + static_cast<uint32_t>(keys[i]) * size, size);
+  }
+}
+
 // Replaces the array by one of the elements that the first keys name, and releases the others.
 // False, and nothing has changed, when there is no memory.
-static bool _vrel_vector2_keep_first(vrel_vector2* vector, const uint64_t* keys, uint32_t count) {
+static bool _vrel_vector2_keep_named(vrel_vector2* vector, const uint64_t* keys, uint32_t count) {
   const size_t size = vector->element_size;
   auto* const data = static_cast<char*>(vrel_memory_alloc(count * size));
   if (data == nullptr) return false;
-  for (uint32_t i = 0; i < count; ++i) {
-    memcpy(data + i * size, vector->data + static_cast<uint32_t>(keys[i]) * size, size);
+  // The sizes of the largest vectors, as constants.
+  if (size == 12) {
+    _vrel_vector2_copy_named<12>(vector, keys, count, data);
+  } else if (size == 20) {
+    _vrel_vector2_copy_named<20>(vector, keys, count, data);
+  } else {
+    _vrel_vector2_copy_named<0>(vector, keys, count, data);
   }
   for (uint32_t i = count; i < vector->count && vector->release != nullptr; ++i) {
     vector->release(vector->data + static_cast<uint32_t>(keys[i]) * size);
@@ -457,18 +473,15 @@ static bool _vrel_vector2_sort_keys(vrel_vector2* vector, const vrel_vector2_key
                                     uint32_t wanted) {
   uint64_t* keys = nullptr;
   if (!_vrel_vector2_make_keys(vector, key, &keys)) return false;
-  bool done = false;
-  if (wanted > 0 && wanted < vector->count / 2) {
-    vrel_utils_qsort_keys(keys, vector->count, wanted);
-    done = _vrel_vector2_keep_first(vector, keys, wanted);
+  const uint32_t count = vector->count;
+  uint64_t* const spare = keys + count;
+  if (wanted == 0 || wanted > count) wanted = count;
+  if (key.ties == kVrelTiesCommon) {
+    vrel_utils_qsort_keys(keys, count, wanted, reinterpret_cast<uint32_t*>(spare));
   } else {
-    if (key.ties == kVrelTiesCommon) {
-      vrel_utils_qsort_keys(keys, vector->count, vector->count);
-    } else {
-      vrel_utils_qsort_distinct(keys, vector->count, key.ties == kVrelTiesFree);
-    }
-    done = vrel_utils_permute(vector->data, vector->element_size, keys, vector->count);
+    vrel_utils_qsort_distinct(keys, count, key.ties == kVrelTiesFree, spare);
   }
+  const bool done = _vrel_vector2_keep_named(vector, keys, wanted);
   vrel_memory_free(keys);
   return done;
 }
