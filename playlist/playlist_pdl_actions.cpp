@@ -176,31 +176,12 @@ int32_t calculate(uint32_t kind, int32_t left, int32_t right) {
   }
 }
 
-bool holds(uint32_t kind, int32_t left, int32_t right) {
-  switch (kind) {
-    case kPdlEqual:
-      return left == right;
-    case kPdlNotEqual:
-      return left != right;
-    case kPdlLess:
-      return left < right;
-    case kPdlLessOrEqual:
-      return left <= right;
-    case kPdlGreater:
-      return left > right;
-    case kPdlGreaterOrEqual:
-      return left >= right;
-    default:
-      return false;  // LIKE between two expressions keeps nothing
-  }
-}
-
 uint32_t keep_if_holds(void* element, void* context, uint8_t* out_keep) {
   auto* const sides = static_cast<Sides*>(context);
   int32_t left = 0;
   int32_t right = 0;
   next_values(sides, static_cast<const ResultEntry*>(element)->score, &left, &right);
-  *out_keep = holds(sides->node->kind, left, right) ? 1 : 0;
+  *out_keep = playlist_pdl_holds(sides->node->kind, left, right) ? 1 : 0;
   return 0;
 }
 
@@ -389,6 +370,17 @@ uint32_t perform_where_op_where(PdlNode* node, uint32_t child_code, PdlNode** en
   return perform_both(node, kPdlModeFilter, child_code, enter);
 }
 
+// Compares with a number in one step what a comparison with an operand would add. False where that
+// cannot be done.
+bool add_what_holds(const PdlNode* node, PdlNode* performed, uint32_t* out_code) {
+  const bool number_left = is_number(node->left);
+  const PdlNode* const other = number_left ? node->left : node->right;
+  if (!is_number(other) || !is_operand_comparison(performed)) return false;
+  if (!playlist_pdl_is_usable(performed)) return false;
+  const PdlTest test = {node->kind, number_of(other), number_left};
+  return playlist_pdl_add_passing(performed, node->run.results, test, out_code);
+}
+
 uint32_t perform_expr_op_expr(PdlNode* node, uint32_t child_code, PdlNode** enter) {
   if (!has_children(node)) return PLERR_Unsupported;
   if (is_number(node->left) && is_number(node->right)) return PLERR_Unsupported;
@@ -397,7 +389,11 @@ uint32_t perform_expr_op_expr(PdlNode* node, uint32_t child_code, PdlNode** ente
 
   // In add mode the side that is no number first adds its matches, with their scores.
   PdlNode* const performed = is_number(node->left) ? node->right : node->left;
-  if (run.stage == 0) return enter_child(performed, run.results, kPdlModeAdd, enter);
+  if (run.stage == 0) {
+    uint32_t code = 0;
+    if (add_what_holds(node, performed, &code)) return code;
+    return enter_child(performed, run.results, kPdlModeAdd, enter);
+  }
   PL_TRY(child_code);
   if (is_operand_comparison(performed) && !playlist_pdl_is_usable(performed)) return 0;
   return filter_by_sides(node, performed);

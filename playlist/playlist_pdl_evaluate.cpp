@@ -115,28 +115,31 @@ class Adder {
 
 // What a comparison selects from a column.
 struct Selection {
-  uint32_t total;   // entries of all values that score
-  uint32_t values;  // how many of those there are
-  uint32_t only;    // the first of them
-  uint32_t end;     // entries from this index on are not reached
-  int32_t score;    // of `only`
+  const PdlTest* test;  // that scores must pass besides not being 0; may be null
+  uint32_t total;       // entries of all values that are selected
+  uint32_t values;      // how many of those there are
+  uint32_t only;        // the first of them
+  int32_t only_score;   // of that one
+  uint32_t end;         // entries from this index on are not reached
+
+  bool takes(int32_t score) const { return score != 0 && (test == nullptr || (*test)(score)); }
 };
 
-// Adds the entries of the one value that scores.
+// Adds the entries of the one value that is selected.
 void add_only(const ValueColumn& column, const Selection& selection, Adder* adder) {
   const uint32_t* const positions = column.positions + column.starts[selection.only];
   const uint32_t count = column.entries_of(selection.only);
-  for (uint32_t i = 0; i < count && positions[i] < selection.end; ++i) {
-    adder->add(column.entries[positions[i]], selection.score);
+  for (uint32_t i = 0; i < count; ++i) {
+    adder->add(column.entries[positions[i]], selection.only_score);
   }
 }
 
-// Adds all entries that score by looking at each.
+// Adds all entries that are selected by looking at each.
 void add_by_scan(const ValueColumn& column, const Selection& selection, Adder* adder) {
   const int32_t* const scores = column.answers.scores;
   for (uint32_t i = 0; i < selection.end; ++i) {
     const int32_t score = scores[column.values[i]];
-    if (score != 0) adder->add(column.entries[i], score);
+    if (selection.takes(score)) adder->add(column.entries[i], score);
   }
 }
 
@@ -147,7 +150,7 @@ bool add_by_marks(const ValueColumn& column, const Selection& selection, Adder* 
   if (marks == nullptr) return false;
   const int32_t* const scores = column.answers.scores;
   for (uint32_t value = 0; value < column.value_count; ++value) {
-    if (column.answers.known[value] == 0 || scores[value] == 0) continue;
+    if (column.answers.known[value] == 0 || !selection.takes(scores[value])) continue;
     for (uint32_t i = column.starts[value]; i < column.starts[value + 1]; ++i) {
       marks[column.positions[i] / 32] |= 1u << column.positions[i] % 32;
     }
@@ -162,20 +165,22 @@ bool add_by_marks(const ValueColumn& column, const Selection& selection, Adder* 
   return true;
 }
 
-// Asks about every value. A failure ends the selection at the first entry that has the value: the
-// values that appear in front of it have all been asked by then.
+// Asks about every value. A failure ends the selection at the first entry that has the value, and
+// nothing is tested: the values that appear in front of it have all been asked by then.
 uint32_t select_values(const Question& question, ValueColumn* column, Selection* out) {
-  *out = {0, 0, 0, column->entry_count, 0};
   for (uint32_t value = 0; value < column->value_count; ++value) {
     int32_t score = 0;
     if (const uint32_t code = answer(question, column, value, &score)) {
       out->end = column->positions[column->starts[value]];
+      out->total = out->end;
+      out->values = value;
+      out->test = nullptr;
       return code;
     }
-    if (score == 0) continue;
+    if (!out->takes(score)) continue;
     if (out->values++ == 0) {
       out->only = value;
-      out->score = score;
+      out->only_score = score;
     }
     out->total += column->entries_of(value);
   }
@@ -194,35 +199,55 @@ bool select_text(const Question& question, ValueColumn* column, Selection* out) 
   if (!playlist_column_find_text(column, question.collection->values, text, &count, &value)) {
     return false;
   }
-  if (count > 1) return false;
-  *out = {0, count, value, column->entry_count, 0};
   if (count == 0) return true;
+  if (count > 1 || evaluate(question, column->first_entry(value), &out->only_score) != 0) return false;
+  if (!out->takes(out->only_score)) return true;
+  out->values = 1;
+  out->only = value;
   out->total = column->entries_of(value);
-  return evaluate(question, column->first_entry(value), &out->score) == 0 && out->score != 0;
+  return true;
 }
 
-// False when that takes memory which is not there; nothing was added then.
-bool add_from_column(PdlNode* comparison, Results* results, ValueColumn* column,
-                     uint32_t* out_code) {
-  const Question question = question_of(comparison, results);
-  Selection selection = {};
-  uint32_t code = 0;
-  if (!select_text(question, column, &selection)) {
-    if (!start_answers(question, column)) return false;
-    code = select_values(question, column, &selection);
-  }
+// False when there is no memory.
+bool select(const Question& question, ValueColumn* column, Selection* out, uint32_t* out_code) {
+  out->end = column->entry_count;
+  *out_code = 0;
+  if (select_text(question, column, out)) return true;
+  if (!start_answers(question, column)) return false;
+  *out_code = select_values(question, column, out);
+  return true;
+}
+
+// False, and nothing was added, when there is no memory.
+bool add_selected(const ValueColumn& column, const Selection& selection, Results* results,
+                  uint32_t* out_code) {
   if (_playlist_results_reserve(results, selection.total) != 0) return false;
   Adder adder(results);
-  if (selection.values == 1) {
-    add_only(*column, selection, &adder);
-  } else if (selection.total > column->entry_count / 8) {
-    add_by_scan(*column, selection, &adder);
-  } else if (selection.values != 0 && !add_by_marks(*column, selection, &adder)) {
-    return false;
+  const bool few = selection.total <= column.entry_count / 8;
+  if (selection.values == 1 && selection.end == column.entry_count) {
+    add_only(column, selection, &adder);
+  } else if (selection.values != 0 && !(few && add_by_marks(column, selection, &adder))) {
+    add_by_scan(column, selection, &adder);
   }
-  const uint32_t added = adder.finish();
-  *out_code = added != 0 ? added : code;
+  *out_code = adder.finish();
   return true;
+}
+
+// The same when it takes memory that is not there.
+bool add_from_column(const PdlNode* comparison, Results* results, ValueColumn* column,
+                     uint32_t* out_code) {
+  Selection selection = {};
+  uint32_t code = 0;
+  if (!select(question_of(comparison, results), column, &selection, &code)) return false;
+  if (!add_selected(*column, selection, results, out_code)) return false;
+  if (*out_code == 0) *out_code = code;
+  return true;
+}
+
+uint32_t keep_passing(void* element, void* context, uint8_t* out_keep) {
+  const auto& test = *static_cast<const PdlTest*>(context);
+  *out_keep = test(static_cast<const ResultEntry*>(element)->score) ? 1 : 0;
+  return 0;
 }
 
 // ------------------------------------------------------------------------- Entry by entry
@@ -455,6 +480,43 @@ uint32_t playlist_pdl_add_matches(PdlNode* comparison, Results* results) {
   ValueColumn* const column = column_for(question_of(comparison, results));
   if (column != nullptr && add_from_column(comparison, results, column, &code)) return code;
   return add_by_walk(comparison, results);
+}
+
+bool playlist_pdl_holds(uint32_t kind, int32_t left, int32_t right) {
+  switch (kind) {
+    case kPdlEqual:
+      return left == right;
+    case kPdlNotEqual:
+      return left != right;
+    case kPdlLess:
+      return left < right;
+    case kPdlLessOrEqual:
+      return left <= right;
+    case kPdlGreater:
+      return left > right;
+    case kPdlGreaterOrEqual:
+      return left >= right;
+    default:
+      return false;  // LIKE between two expressions keeps nothing
+  }
+}
+
+bool playlist_pdl_add_passing(PdlNode* comparison, Results* results, const PdlTest& test,
+                              uint32_t* out_code) {
+  const Question question = question_of(comparison, results);
+  ValueColumn* const column = column_for(question);
+  // Where an entry goes among sorted ones depends on which of them are there.
+  if (column == nullptr || vrel_vector2_sorted(results->entries) != 0) return false;
+  Selection selection = {};
+  selection.test = &test;
+  uint32_t code = 0;
+  if (!select(question, column, &selection, &code)) return false;
+  if (_playlist_results_reserve(results, selection.total) != 0) return false;
+  PdlTest keep = test;
+  if (code == 0) static_cast<void>(vrel_vector2_retain(results->entries, keep_passing, &keep));
+  const bool added = add_selected(*column, selection, results, out_code);
+  if (*out_code == 0) *out_code = code;
+  return added;
 }
 
 uint32_t playlist_pdl_filter_matches(PdlNode* comparison, Results* results) {

@@ -40,6 +40,27 @@ inline bool playlist_pdl_is_usable(const PdlNode* comparison) {
 // Adds an entry for every value of the attribute that does not score 0.
 uint32_t playlist_pdl_add_matches(PdlNode* comparison, Results* results);
 
+// Compares two numbers by a comparison's kind.
+bool playlist_pdl_holds(uint32_t kind, int32_t left, int32_t right);
+
+// What a score must be.
+struct PdlTest {
+  uint32_t kind;  // of the comparison with `number`
+  int32_t number;
+  bool number_left;
+
+  bool operator()(int32_t score) const {
+    return number_left ? playlist_pdl_holds(kind, number, score)
+                       : playlist_pdl_holds(kind, score, number);
+  }
+};
+
+// Adds the matches and removes all entries whose score fails the test, those that were there before
+// among them; nothing is removed when adding fails. False, and nothing has changed, where one would
+// not come to the other one's order, or an application's provider must be asked entry by entry.
+bool playlist_pdl_add_passing(PdlNode* comparison, Results* results, const PdlTest& test,
+                              uint32_t* out_code);
+
 // Removes the entries that score 0. An entry is judged by the record that admitted it, whichever
 // attribute that is of.
 uint32_t playlist_pdl_filter_matches(PdlNode* comparison, Results* results);
