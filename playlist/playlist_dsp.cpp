@@ -98,31 +98,41 @@ bool read_row(const NormalizedMoodVector& seed, uint32_t id, int32_t* out_row) {
   return complete;
 }
 
-// A record of the memo: the mood, whether it is known, and its row.
+// A record of the memo: the mood, whether it is known, and its row. A mood is within a few records
+// from where its hash points to, or replaces the one there.
 constexpr uint32_t kMemoBits = 9;
 constexpr uint32_t kMemoRecords = 1u << kMemoBits;
+constexpr uint32_t kMemoProbes = 4;
 constexpr uint32_t kMemoHead = 2;
 
-uint32_t* memo_record(MoodMemo* memo, const NormalizedMoodVector& seed, uint32_t id) {
-  const uint32_t size = kMemoHead + seed.count;
-  if (memo->slots == nullptr) {
-    memo->slots = static_cast<uint32_t*>(vrel_memory_calloc(kMemoRecords, size * sizeof(uint32_t)));
-    if (memo->slots == nullptr) return nullptr;
-  }
-  return memo->slots + ((id * 0x9e3779b9u) >> (32 - kMemoBits)) * size;
+uint32_t memo_record_size(const NormalizedMoodVector& seed) {
+  return kMemoHead + seed.count;
+}
+
+bool make_memo(MoodMemo* memo, const NormalizedMoodVector& seed) {
+  if (memo->records != nullptr) return true;
+  memo->records = static_cast<uint32_t*>(vrel_memory_calloc(
+      kMemoRecords + kMemoProbes + 1, memo_record_size(seed) * sizeof(uint32_t)));
+  return memo->records != nullptr;
 }
 
 // The row of one mood. `spare` has room for it where the memo cannot be made.
 const int32_t* row_of(const NormalizedMoodVector& seed, uint32_t id, MoodMemo* memo,
                       int32_t* spare) {
-  uint32_t* const record = memo != nullptr ? memo_record(memo, seed, id) : nullptr;
-  auto* const row = record != nullptr ? reinterpret_cast<int32_t*>(record + kMemoHead) : spare;
-  if (record != nullptr && record[0] == id && record[1] != 0) return row;
-  const bool complete = read_row(seed, id, row);
-  if (record != nullptr) {
-    record[0] = id;
-    record[1] = complete ? 1 : 0;
+  if (memo == nullptr || !make_memo(memo, seed)) {
+    static_cast<void>(read_row(seed, id, spare));
+    return spare;
   }
+  const uint32_t size = memo_record_size(seed);
+  uint32_t* const first = memo->records + ((id * 0x9e3779b9u) >> (32 - kMemoBits)) * size;
+  uint32_t* record = first;
+  for (uint32_t probe = 0; probe < kMemoProbes && record[1] != 0; ++probe, record += size) {
+    if (record[0] == id) return reinterpret_cast<const int32_t*>(record + kMemoHead);
+  }
+  if (record[1] != 0) record = first;
+  auto* const row = reinterpret_cast<int32_t*>(record + kMemoHead);
+  record[0] = id;
+  record[1] = read_row(seed, id, row) ? 1 : 0;
   return row;
 }
 
@@ -141,19 +151,17 @@ const char* after(const char* text, char mark) {
 
 constexpr uint32_t kPlainDigits = 9;  // so many always fit
 
-bool is_digit(char character) {
-  return character >= '0' && character <= '9';
-}
-
 // The number at the cursor, which moves behind its digits as far as they are plain.
 uint32_t read_number(const char** cursor) {
   const char* const start = *cursor;
+  const char* at = start;
   uint32_t number = 0;
-  for (uint32_t i = 0; i < kPlainDigits && is_digit(**cursor); ++i, ++*cursor) {
-    number = number * 10 + static_cast<uint32_t>(**cursor - '0');
+  for (uint32_t digit = 0; (digit = static_cast<uint8_t>(*at) - uint32_t{'0'}) < 10; ++at) {
+    number = number * 10 + digit;
   }
-  const bool is_plain = is_digit(*start) && !is_digit(**cursor);
-  return is_plain ? number : vrel_string_atou32(start);
+  *cursor = at;
+  const auto length = static_cast<size_t>(at - start);
+  return length != 0 && length <= kPlainDigits ? number : vrel_string_atou32(start);
 }
 
 int32_t score_of_distance(float total, float limit) {
@@ -242,8 +250,8 @@ bool dsp_mood_same_place(const NormalizedMoodVector* a, const NormalizedMoodVect
 }
 
 void playlist_mood_memo_clear(MoodMemo* memo) {
-  vrel_memory_free(memo->slots);
-  memo->slots = nullptr;
+  vrel_memory_free(memo->records);
+  memo->records = nullptr;
 }
 
 uint32_t dsp_mood_similarity(const NormalizedMoodVector* seed, const RawMoodVector* raw,
@@ -254,19 +262,15 @@ uint32_t dsp_mood_similarity(const NormalizedMoodVector* seed, const RawMoodVect
     return kDspNothing;
   }
   const uint32_t count = count_weights(*raw);
-  uint32_t sums[kMoodPairs] = {};  // signed arithmetic that wraps
-  for (uint32_t i = 0; i < count; ++i) {
-    int32_t spare[kMoodPairs];
-    const int32_t* const row = row_of(*seed, raw->ids[i], memo, spare);
-    for (uint32_t k = 0; k < seed->count; ++k) {
-      sums[k] += raw->weights[i] * static_cast<uint32_t>(row[k]);
-    }
-  }
+  int32_t spare[kMoodPairs][kMoodPairs];
+  const int32_t* rows[kMoodPairs];
+  for (uint32_t i = 0; i < count; ++i) rows[i] = row_of(*seed, raw->ids[i], memo, spare[i]);
   float total = 0.0f;
   for (uint32_t k = 0; k < seed->count; ++k) {
+    uint32_t sum = 0;  // signed arithmetic that wraps
+    for (uint32_t i = 0; i < count; ++i) sum += raw->weights[i] * static_cast<uint32_t>(rows[i][k]);
     const auto a = static_cast<int32_t>(seed->coordinates[k]);
-    const int32_t b = place_of(sums[k]);
-    const float difference = static_cast<float>(a) / 100.0f - hundredth(b);
+    const float difference = static_cast<float>(a) / 100.0f - hundredth(place_of(sum));
     total += difference * difference;
   }
   // Two coordinates are at most 2 apart, so this is the largest possible distance.

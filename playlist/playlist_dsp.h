@@ -55,7 +55,7 @@ bool dsp_mood_same_place(const NormalizedMoodVector* a, const NormalizedMoodVect
 
 // What moods score on the axes of one profile, as far as it was asked. Starts as zeros.
 struct MoodMemo {
-  uint32_t* slots;  // owned; null until the first question, and without memory
+  uint32_t* records;  // owned; null until the first question, and without memory
 };
 void playlist_mood_memo_clear(MoodMemo* memo);
 

@@ -155,25 +155,8 @@ void free_values(PdlNode* node) {
   node->run.values = nullptr;
 }
 
-// Signed arithmetic wraps around.
 int32_t wrap(uint32_t value) {
   return static_cast<int32_t>(value);
-}
-
-int32_t calculate(uint32_t kind, int32_t left, int32_t right) {
-  const auto a = static_cast<uint32_t>(left);
-  const auto b = static_cast<uint32_t>(right);
-  switch (kind) {
-    case kPdlMultiply:
-      return wrap(a * b);
-    case kPdlPlus:
-      return wrap(a + b);
-    case kPdlMinus:
-      return wrap(a - b);
-    default:
-      if (right == 0) return 0;
-      return right == -1 ? wrap(0u - a) : left / right;
-  }
 }
 
 uint32_t keep_if_holds(void* element, void* context, uint8_t* out_keep) {
@@ -230,7 +213,7 @@ int32_t compare_score(const void* a, const void* b, uint32_t /*size*/) {
   return wrap(score_b - score_a);
 }
 
-constexpr vrel_vector2_key kByScore = {offsetof(ResultEntry, score), INT32_MAX, kVrelTiesCommon};
+constexpr vrel_vector2_key kByScore = {offsetof(ResultEntry, score), INT32_MAX, false};
 
 // Highest group first.
 int32_t compare_group(const void* a, const void* b, uint32_t /*size*/) {
@@ -240,7 +223,7 @@ int32_t compare_group(const void* a, const void* b, uint32_t /*size*/) {
   return group_a > group_b ? -1 : 1;
 }
 
-constexpr vrel_vector2_key kByGroup = {offsetof(ResultEntry, group), UINT32_MAX, kVrelTiesCommon};
+constexpr vrel_vector2_key kByGroup = {offsetof(ResultEntry, group), UINT32_MAX, false};
 
 struct GroupFilter {
   uint32_t limit;
@@ -401,14 +384,49 @@ uint32_t perform_expr_op_expr(PdlNode* node, uint32_t child_code, PdlNode** ente
 
 // ------------------------------------------------------------------------ Steps of ORDER
 
+// One side of the arithmetic for all entries: a number, or an array of values.
+struct Operand {
+  const int32_t* values;
+  uint32_t step;  // 0: the first value stands for all
+};
+
+Operand operand_of(const PdlNode* side, const int32_t* values, const int32_t* number) {
+  return is_number(side) ? Operand{number, 0} : Operand{values, 1};
+}
+
+template <typename Calculate>
+void calculate_all(Operand left, Operand right, PdlScores* scores, Calculate calculate) {
+  int32_t* const results = scores->scores;
+  for (uint32_t i = 0; i < scores->count; ++i) {
+    results[i] = calculate(left.values[i * left.step], right.values[i * right.step]);
+  }
+}
+
+// Signed arithmetic wraps around.
 void calculate_scores(PdlNode* node) {
-  const PdlScores& scores = *node->run.scores;
-  Sides sides = make_sides(node, node->run.values);
-  for (uint32_t i = 0; i < scores.count; ++i) {
-    int32_t left = 0;
-    int32_t right = 0;
-    next_values(&sides, scores.scores[i], &left, &right);
-    scores.scores[i] = calculate(node->kind, left, right);
+  PdlScores* const scores = node->run.scores;
+  const int32_t numbers[] = {number_of(node->left), number_of(node->right)};
+  const int32_t* const values = node->run.values != nullptr ? node->run.values : scores->scores;
+  const Operand left = operand_of(node->left, values, &numbers[0]);
+  const Operand right = operand_of(node->right, scores->scores, &numbers[1]);
+  switch (node->kind) {
+    case kPdlMultiply:
+      return calculate_all(left, right, scores, [](int32_t a, int32_t b) {
+        return wrap(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+      });
+    case kPdlPlus:
+      return calculate_all(left, right, scores, [](int32_t a, int32_t b) {
+        return wrap(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+      });
+    case kPdlMinus:
+      return calculate_all(left, right, scores, [](int32_t a, int32_t b) {
+        return wrap(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
+      });
+    default:
+      return calculate_all(left, right, scores, [](int32_t a, int32_t b) {
+        if (b == 0) return 0;
+        return b == -1 ? wrap(0u - static_cast<uint32_t>(a)) : a / b;
+      });
   }
 }
 

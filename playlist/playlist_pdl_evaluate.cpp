@@ -18,6 +18,9 @@ namespace {
 
 constexpr uint32_t kNoRecord = UINT32_MAX;
 
+// How many values are looked at one by one before they are searched.
+constexpr uint32_t kSteps = 4;
+
 // How many entries are handed to a playlist at a time.
 constexpr uint32_t kBatch = 32;
 
@@ -72,17 +75,20 @@ bool start_answers(const Question& question, ValueColumn* column) {
   return playlist_column_start_answers(column, context, same);
 }
 
-// The score of a value. Failures are not remembered: the next question may fare better.
-uint32_t answer(const Question& question, ValueColumn* column, uint32_t value, int32_t* out_score) {
+// Asks for the score of a value. Failures are not remembered: the next question may fare better.
+uint32_t ask(const Question& question, ValueColumn* column, uint32_t value, int32_t* out_score) {
   ColumnAnswers* const answers = &column->answers;
-  if (answers->known[value] != 0) {
-    *out_score = answers->scores[value];
-    return 0;
-  }
   const uint32_t code = evaluate(question, column->first_entry(value), out_score);
   if (vrel_failed(code)) return code;
   answers->scores[value] = *out_score;
   answers->known[value] = 1;
+  return 0;
+}
+
+inline uint32_t answer(const Question& question, ValueColumn* column, uint32_t value,
+                       int32_t* out_score) {
+  if (column->answers.known[value] == 0) return ask(question, column, value, out_score);
+  *out_score = column->answers.scores[value];
   return 0;
 }
 
@@ -200,7 +206,8 @@ bool select_text(const Question& question, ValueColumn* column, Selection* out) 
     return false;
   }
   if (count == 0) return true;
-  if (count > 1 || evaluate(question, column->first_entry(value), &out->only_score) != 0) return false;
+  if (count > 1 || evaluate(question, column->first_entry(value), &out->only_score) != 0)
+    return false;
   if (!out->takes(out->only_score)) return true;
   out->values = 1;
   out->only = value;
@@ -272,10 +279,10 @@ uint32_t keep_match(void* element, void* context, uint8_t* out_keep) {
   const auto* const filter = static_cast<const MatchFilter*>(context);
   const ValueEntry& record = static_cast<const ResultEntry*>(element)->record;
   int32_t score = 0;
-  const auto ask = [&](int32_t* out) { return evaluate(filter->question, record, out); };
+  const auto ask_it = [&](int32_t* out) { return evaluate(filter->question, record, out); };
   const uint32_t code = filter->cache != nullptr
-                            ? playlist_score_cached(filter->cache, record, &score, ask)
-                            : ask(&score);
+                            ? playlist_score_cached(filter->cache, record, &score, ask_it)
+                            : ask_it(&score);
   *out_keep = score != 0 ? 1 : 0;
   return vrel_failed(code) ? code : 0;
 }
@@ -342,7 +349,7 @@ bool sort_idents(EntryOrder* order) {
   order->entries = allocate<uint32_t>(count);
   if (keys != nullptr && order->entries != nullptr) {
     for (uint32_t i = 0; i < count; ++i) keys[i] = uint64_t{order->idents[i]} << 32 | i;
-    vrel_utils_qsort_distinct(keys, count, true, keys + count);
+    vrel_utils_qsort_keys(keys, count, count, true, keys + count);
     for (uint32_t i = 0; i < count; ++i) {
       order->idents[i] = static_cast<uint32_t>(keys[i] >> 32);
       order->entries[i] = static_cast<uint32_t>(keys[i]);
@@ -382,8 +389,11 @@ uint32_t entry_at(const EntryOrder& order, uint32_t index) {
 }
 
 // The lowest index below `end` of an ident that is not above the wanted one, in values sorted by
-// ident, the larger first; in strides that double, as it is mostly near.
+// ident, the larger first. It is mostly near: a few steps, then strides that double.
 uint32_t seek(const ValueEntry* values, uint32_t end, uint32_t ident) {
+  for (uint32_t left = kSteps; left > 0; --left, --end) {
+    if (end == 0 || values[end - 1].ident > ident) return end;
+  }
   uint32_t stride = 1;
   while (end >= stride && values[end - stride].ident <= ident) {
     end -= stride;
@@ -409,13 +419,17 @@ void join(const EntryOrder& order, const ValueEntry* values, uint32_t count, Vis
 
 uint32_t score_by_column(const Question& question, ValueColumn* column, PdlScores* scores) {
   uint32_t last = 0;
-  join(scores->order, column->entries, column->entry_count, [&](uint32_t entry, uint32_t record) {
-    int32_t score = 0;
-    uint32_t code = kVrelNotFound;
-    if (record != kNoRecord) code = answer(question, column, column->values[record], &score);
-    scores->scores[entry] = code == 0 ? score : 0;
-    if (entry + 1 == scores->count) last = code;
-  });
+  const uint32_t last_entry = scores->count - 1;
+  const uint32_t* const values = column->values;
+  int32_t* const to = scores->scores;
+  join(scores->order, column->entries, column->entry_count,
+       [=, &question, &last](uint32_t entry, uint32_t record) {
+         int32_t score = 0;
+         uint32_t code = kVrelNotFound;
+         if (record != kNoRecord) code = answer(question, column, values[record], &score);
+         to[entry] = code == 0 ? score : 0;
+         if (entry == last_entry) last = code;
+       });
   return last;
 }
 

@@ -355,7 +355,8 @@ static Course _vrel_sort_course(uint32_t count, uint32_t wanted) {
   return {count <= kPlainCount, uint64_t{count} * (_vrel_sort_log2(count) + 1) * 3 / 2, wanted};
 }
 
-// Sorts what is ascending or descending already; false for anything else. With ties that is left to
+// Rotates what is all equal, as the quicksort would, and sorts what is ascending or descending
+// already; false for anything else. With ties that is left to
 // the quicksort while it costs little: it takes a scan for every second value that is there.
 template <typename Items>
 static bool _vrel_sort_presorted(const Items& items, uint32_t count) {
@@ -368,51 +369,69 @@ static bool _vrel_sort_presorted(const Items& items, uint32_t count) {
   }
   if (ascents != 0 && descents != 0) return false;
   const uint32_t steps = ascents + descents;
+  if (steps == 0 && count > 0) {
+    _vrel_sort_rotate(items, 0, count);
+    return true;
+  }
   const bool few = count <= kPlainCount || steps < 6 * (_vrel_sort_log2(count) + 1);
   if (steps + 1 < count && few) return false;
   if (descents != 0) _vrel_sort_reverse(items, 0, count);
   return true;
 }
 
-template <typename Items>
-static void _vrel_sort(const Items& items, uint32_t count, uint32_t wanted) {
-  Course course = _vrel_sort_course(count, wanted);
-  if (!course.plain && _vrel_sort_presorted(items, count)) return;
-  _vrel_sort_quick(items, &course, 0, count);
-}
-
 uint32_t vrel_utils_qsort(void* array, uint32_t count, uint32_t element_size,
                           vrel_utils_compare compare, void* context) {
   if (array == nullptr || compare == nullptr) return VREL_LOG_HERE(kInvalidArg);
-  _vrel_sort(Elements{static_cast<char*>(array), element_size, compare, context}, count, count);
+  const Elements elements = {static_cast<char*>(array), element_size, compare, context};
+  Course course = _vrel_sort_course(count, count);
+  if (!course.plain && _vrel_sort_presorted(elements, count)) return 0;
+  _vrel_sort_quick(elements, &course, 0, count);
   return 0;
 }
 
-void vrel_utils_qsort_keys(uint64_t* keys, uint32_t count, uint32_t wanted, uint32_t* spare) {
-  _vrel_sort(Keys{keys, spare}, count, wanted);
-}
+// ---- By keys ----
 
-// ---- Keys that hardly tie ----
-
-// Below this the quicksort is as quick.
+// Below this the quicksort is as quick as going through all digits.
 static constexpr uint32_t kLeastRadix = 48;
 
-static bool _vrel_sort_has_ties(const Keys& keys, uint32_t count) {
+// So much more than what is wanted makes it worth while to leave the rest unsorted.
+static constexpr uint32_t kMuchMore = 16;
+
+// So many times its budget, for certain, and the quicksort is not even tried.
+static constexpr uint32_t kOvertaxed = 2;
+
+// How many pairs of keys in sorted order are equal. The quicksort compares each of them: equal
+// elements stay side by side until one of them is the pivot.
+static uint64_t _vrel_sort_equal_pairs(const uint64_t* keys, uint32_t count) {
+  uint64_t pairs = 0;
+  uint64_t before = 0;
   for (uint32_t i = 1; i < count; ++i) {
-    if (_vrel_sort_compare(keys, i - 1, i) == 0) return true;
+    before = _vrel_sort_upper(keys[i]) == _vrel_sort_upper(keys[i - 1]) ? before + 1 : 0;
+    pairs += before;
   }
+  return pairs;
+}
+
+// Sorts digit by digit, where the quicksort comes to the same or would be overtaxed. Otherwise the
+// keys are where they were.
+static bool _vrel_sort_by_digits(uint64_t* keys, uint32_t count, bool free_ties, uint64_t* spare) {
+  if (count < kLeastRadix) return false;
+  _vrel_sort_radix(keys, count, spare);
+  const Course course = _vrel_sort_course(count, count);
+  const uint64_t pairs = free_ties ? 0 : _vrel_sort_equal_pairs(keys, count);
+  if (pairs == 0 || (!course.plain && pairs > course.budget * kOvertaxed)) return true;
+  // Back to the beginning: each key knows where it came from.
+  for (uint32_t i = 0; i < count; ++i) spare[static_cast<uint32_t>(keys[i])] = keys[i];
+  memcpy(keys, spare, count * sizeof *keys);
   return false;
 }
 
-void vrel_utils_qsort_distinct(uint64_t* keys, uint32_t count, bool free_ties, uint64_t* spare) {
+void vrel_utils_qsort_keys(uint64_t* keys, uint32_t count, uint32_t wanted, bool free_ties,
+                           uint64_t* spare) {
   const Keys all = {keys, reinterpret_cast<uint32_t*>(spare)};
   if (_vrel_sort_presorted(all, count)) return;
-  if (count >= kLeastRadix) {
-    _vrel_sort_radix(keys, count, spare);
-    if (free_ties || !_vrel_sort_has_ties(all, count)) return;
-    // Back to the beginning: each key knows where it came from.
-    for (uint32_t i = 0; i < count; ++i) spare[static_cast<uint32_t>(keys[i])] = keys[i];
-    memcpy(keys, spare, count * sizeof *keys);
-  }
-  _vrel_sort(all, count, count);
+  const bool few_wanted = wanted < count / kMuchMore;
+  if (!few_wanted && _vrel_sort_by_digits(keys, count, free_ties, spare)) return;
+  Course course = _vrel_sort_course(count, wanted);
+  _vrel_sort_quick(all, &course, 0, count);
 }

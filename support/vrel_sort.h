@@ -22,13 +22,12 @@ uint32_t vrel_utils_qsort(void* array, uint32_t count, uint32_t element_size,
 // Where a 32-bit number tells the order, sorting these keys instead of the elements is many times
 // quicker. The upper half of a key is the number, the lower half the index of its element.
 
-// Sorts by the upper halves, and leaves the keys where vrel_utils_qsort leaves elements that
-// compare as their numbers do. Places from `wanted` on hold the other keys in any order. `spare`
-// has room for `count` numbers, here and below.
-void vrel_utils_qsort_keys(uint64_t* keys, uint32_t count, uint32_t wanted, uint32_t* spare);
+// Keys must be at the indexes that they name.
 
-// The same for numbers that are mostly distinct. Keys must be at the indexes that they name. With
-// `free_ties` it does not matter where ties come to stand.
-void vrel_utils_qsort_distinct(uint64_t* keys, uint32_t count, bool free_ties, uint64_t* spare);
+// Sorts by the upper halves, and leaves the keys where vrel_utils_qsort leaves elements that
+// compare as their numbers do; with `free_ties` it does not matter where ties come to stand. Places
+// from `wanted` on hold the other keys in any order. `spare` has room for as many keys.
+void vrel_utils_qsort_keys(uint64_t* keys, uint32_t count, uint32_t wanted, bool free_ties,
+                           uint64_t* spare);
 
 #endif  // VREL_SORT_H

@@ -410,8 +410,7 @@ uint32_t vrel_vector2_deleterange(vrel_vector2* vector, uint32_t first, uint32_t
 // apart, or there is no memory.
 static bool _vrel_vector2_make_keys(const vrel_vector2* vector, const vrel_vector2_key& key,
                                     uint64_t** out_keys) {
-  const size_t spare = key.ties == kVrelTiesCommon ? sizeof(uint32_t) : sizeof(uint64_t);
-  const uint64_t bytes = uint64_t{vector->count} * (sizeof(uint64_t) + spare);
+  const uint64_t bytes = uint64_t{vector->count} * 2 * sizeof(uint64_t);
   if (bytes > UINT32_MAX) return false;
   auto* const keys = static_cast<uint64_t*>(vrel_memory_alloc(static_cast<size_t>(bytes)));
   if (keys == nullptr) return false;
@@ -474,13 +473,8 @@ static bool _vrel_vector2_sort_keys(vrel_vector2* vector, const vrel_vector2_key
   uint64_t* keys = nullptr;
   if (!_vrel_vector2_make_keys(vector, key, &keys)) return false;
   const uint32_t count = vector->count;
-  uint64_t* const spare = keys + count;
   if (wanted == 0 || wanted > count) wanted = count;
-  if (key.ties == kVrelTiesCommon) {
-    vrel_utils_qsort_keys(keys, count, wanted, reinterpret_cast<uint32_t*>(spare));
-  } else {
-    vrel_utils_qsort_distinct(keys, count, key.ties == kVrelTiesFree, spare);
-  }
+  vrel_utils_qsort_keys(keys, count, wanted, key.free_ties, keys + count);
   const bool done = _vrel_vector2_keep_named(vector, keys, wanted);
   vrel_memory_free(keys);
   return done;

@@ -85,11 +85,8 @@ uint32_t vrel_vector2_sort(vrel_vector2* vector, vrel_vector2_compare compare, u
 struct vrel_vector2_key {
   uint32_t offset;  // in the element
   uint32_t flip;    // bits to turn round, after which the numbers ascend
-  uint32_t ties;    // how many there are, and what they mean
+  bool free_ties;   // equal elements may come to stand in any order
 };
-constexpr uint32_t kVrelTiesCommon = 0;
-constexpr uint32_t kVrelTiesRare = 1;
-constexpr uint32_t kVrelTiesFree = 2;  // equal elements may come to stand in any order
 
 // As vrel_vector2_sort with `force` 0, for a comparison that agrees with a key: many times quicker,
 // to the same order. Numbers that lie 2^31 or more apart are left to the comparison, which may take

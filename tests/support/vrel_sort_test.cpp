@@ -56,6 +56,20 @@ Sorted sorted_as_elements(const Items& items, uint32_t size, Compare compare) {
   return result;
 }
 
+// The items in the order of their keys, as far as they are wanted.
+Items sorted_by_keys(const Items& items, uint32_t wanted) {
+  const auto count = static_cast<uint32_t>(items.size());
+  std::vector<uint64_t> keys(count);
+  std::vector<uint64_t> spare(count);
+  for (uint32_t i = 0; i < count; ++i) keys[i] = uint64_t{items[i].key} << 32 | i;
+  vrel_utils_qsort_keys(keys.data(), count, wanted, false, spare.data());
+  Items result;
+  for (uint32_t i = 0; i < std::min(wanted, count); ++i) {
+    result.push_back(items[static_cast<uint32_t>(keys[i])]);
+  }
+  return result;
+}
+
 struct Shape {
   const char* name;
   std::function<uint32_t(uint32_t i, uint32_t n, Random& random)> key;
@@ -100,6 +114,11 @@ TEST(vrel_sort, up_to_1024_elements_stand_where_the_plain_quicksort_leaves_them)
         const uint32_t size = n % 2 == 0 ? 40 : 7;
         EXPECT_EQ(sorted_as_elements(input, size, compare).items, expected)
             << shape.name << " " << n;
+        if (compare != by_key) continue;
+        for (const uint32_t wanted : {n, n / 20}) {
+          const Items first(expected.begin(), expected.begin() + wanted);
+          EXPECT_EQ(sorted_by_keys(input, wanted), first) << shape.name << " " << n;
+        }
       }
     }
   }
@@ -113,6 +132,7 @@ TEST(vrel_sort, healthy_large_input_stands_there_too_and_equal_elements_rotate_b
     Items expected = input;
     plain_quicksort(expected, 0, input.size(), by_key);
     EXPECT_EQ(sorted_as_elements(input, 12, by_key).items, expected) << name;
+    EXPECT_EQ(sorted_by_keys(input, 5000), expected) << name;
   }
 }
 
@@ -128,6 +148,11 @@ TEST(vrel_sort, no_large_input_costs_more_than_n_log_n_or_loses_an_element) {
                     std::is_sorted(sorted.items.begin(), sorted.items.end(),
                                    [](auto& a, auto& b) { return a.key < b.key; }))
             << shape.name;
+        const Items by_keys = sorted_by_keys(input, 6000);
+        EXPECT_EQ(by_tag(by_keys), input) << shape.name << ": not the same elements";
+        EXPECT_TRUE(std::is_sorted(by_keys.begin(), by_keys.end(), [](auto& a, auto& b) {
+          return a.key < b.key;
+        })) << shape.name;
         EXPECT_EQ(by_tag(sorted.items), input) << shape.name << ": not the same elements";
         EXPECT_LT(static_cast<double>(sorted.comparisons), 4.5 * 6000 * std::log2(6000));
       }
