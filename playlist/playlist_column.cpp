@@ -190,9 +190,8 @@ bool playlist_column_start_answers(ValueColumn* column, const void* context, boo
   ColumnAnswers* const answers = &column->answers;
   if (same || answers->context == context) return true;
   if (answers->scores == nullptr) answers->scores = allocate<int32_t>(column->value_count);
-  if (answers->known == nullptr) answers->known = allocate<uint8_t>(column->value_count);
-  if (answers->scores == nullptr || answers->known == nullptr) return false;
-  if (answers->context != nullptr) memset(answers->known, 0, column->value_count);
+  if (answers->scores == nullptr) return false;
+  for (uint32_t i = 0; i < column->value_count; ++i) answers->scores[i] = kScoreUnknown;
   answers->context = context;
   return true;
 }
@@ -202,7 +201,6 @@ void playlist_columns_forget_answers(Collection* collection) {
   for (uint32_t i = 0; playlist_collection_attrinfo_at(collection, i, &info) == 0; ++i) {
     if (info->column == nullptr) continue;
     release(info->column->answers.scores);
-    release(info->column->answers.known);
     info->column->answers = {};
   }
 }
@@ -214,6 +212,5 @@ void playlist_column_delete(ValueColumn* column) {
   release(column->positions);
   release(column->texts);
   release(column->answers.scores);
-  release(column->answers.known);
   release(column);
 }

@@ -12,11 +12,13 @@
 
 #include "playlist_collection.h"
 
+// The score of a value that was not asked for. One that really has it is asked for again.
+constexpr int32_t kScoreUnknown = INT32_MIN;
+
 // What one comparison answered about the values; for the length of one statement.
 struct ColumnAnswers {
   const void* context;  // the comparison's; null: no answers
   int32_t* scores;      // by value
-  uint8_t* known;       // by value: 1 when its score is
 };
 
 // Values go by their number, in the order in which they first appear among the entries.

@@ -81,15 +81,13 @@ uint32_t ask(const Question& question, ValueColumn* column, uint32_t value, int3
   const uint32_t code = evaluate(question, column->first_entry(value), out_score);
   if (vrel_failed(code)) return code;
   answers->scores[value] = *out_score;
-  answers->known[value] = 1;
   return 0;
 }
 
 inline uint32_t answer(const Question& question, ValueColumn* column, uint32_t value,
                        int32_t* out_score) {
-  if (column->answers.known[value] == 0) return ask(question, column, value, out_score);
   *out_score = column->answers.scores[value];
-  return 0;
+  return *out_score != kScoreUnknown ? 0 : ask(question, column, value, out_score);
 }
 
 // Hands entries to a playlist in batches.
@@ -127,6 +125,7 @@ struct Selection {
   uint32_t only;        // the first of them
   int32_t only_score;   // of that one
   uint32_t end;         // entries from this index on are not reached
+  uint32_t value_end;   // nor values from this one on
 
   bool takes(int32_t score) const { return score != 0 && (test == nullptr || (*test)(score)); }
 };
@@ -155,8 +154,8 @@ bool add_by_marks(const ValueColumn& column, const Selection& selection, Adder* 
   auto* const marks = static_cast<uint32_t*>(vrel_memory_calloc(words, sizeof(uint32_t)));
   if (marks == nullptr) return false;
   const int32_t* const scores = column.answers.scores;
-  for (uint32_t value = 0; value < column.value_count; ++value) {
-    if (column.answers.known[value] == 0 || !selection.takes(scores[value])) continue;
+  for (uint32_t value = 0; value < selection.value_end; ++value) {
+    if (!selection.takes(scores[value])) continue;
     for (uint32_t i = column.starts[value]; i < column.starts[value + 1]; ++i) {
       marks[column.positions[i] / 32] |= 1u << column.positions[i] % 32;
     }
@@ -180,6 +179,7 @@ uint32_t select_values(const Question& question, ValueColumn* column, Selection*
       out->end = column->positions[column->starts[value]];
       out->total = out->end;
       out->values = value;
+      out->value_end = value;
       out->test = nullptr;
       return code;
     }
@@ -218,6 +218,7 @@ bool select_text(const Question& question, ValueColumn* column, Selection* out) 
 // False when there is no memory.
 bool select(const Question& question, ValueColumn* column, Selection* out, uint32_t* out_code) {
   out->end = column->entry_count;
+  out->value_end = column->value_count;
   *out_code = 0;
   if (select_text(question, column, out)) return true;
   if (!start_answers(question, column)) return false;
@@ -391,8 +392,13 @@ uint32_t entry_at(const EntryOrder& order, uint32_t index) {
 // The lowest index below `end` of an ident that is not above the wanted one, in values sorted by
 // ident, the larger first. It is mostly near: a few steps, then strides that double.
 uint32_t seek(const ValueEntry* values, uint32_t end, uint32_t ident) {
-  for (uint32_t left = kSteps; left > 0; --left, --end) {
-    if (end == 0 || values[end - 1].ident > ident) return end;
+  // As they descend, the number of those that are not above is the number of steps.
+  if (end >= kSteps) {
+    const ValueEntry* const near = values + end - kSteps;
+    uint32_t steps = 0;
+    for (uint32_t i = 0; i < kSteps; ++i) steps += near[i].ident <= ident;
+    end -= steps;
+    if (steps < kSteps) return end;
   }
   uint32_t stride = 1;
   while (end >= stride && values[end - stride].ident <= ident) {
