@@ -132,7 +132,7 @@ int32_t playlist_attrdata_compare_ident(const void* a, const void* b, uint32_t /
 uint32_t playlist_attrinfo_sort(AttributeInfo* info) {
   if (info->sorted) return 0;
   playlist_attrinfo_values_changed(info);
-  const vrel_vector2_key key = {offsetof(ValueEntry, ident), UINT32_MAX, false};
+  const vrel_vector2_key key = {offsetof(ValueEntry, ident), UINT32_MAX, false, false};
   PL_TRY(vrel_vector2_sort_by_key(info->values, playlist_attrdata_compare_ident, &key));
   info->sorted = true;
   return 0;

@@ -102,7 +102,7 @@ uint32_t _playlist_results_merge(Results* destination, Results* source) {
 uint32_t _playlist_results_unique(Results* results, bool last) {
   if (results->distinct || playlist_results_count(results) < 2) return 0;
   const bool interchangeable = last && (results->scored_later || scores_are_equal(results));
-  const vrel_vector2_key by_ident = {offsetof(ResultEntry, record.ident), 0, interchangeable};
+  const vrel_vector2_key by_ident = {offsetof(ResultEntry, record.ident), 0, interchangeable, true};
   PL_TRY(vrel_vector2_sort_by_key(results->entries, playlist_results_sort_by_ident, &by_ident));
   FirstOfIdent first = {};
   PL_TRY(vrel_vector2_retain(results->entries, keep_first_of_ident, &first));

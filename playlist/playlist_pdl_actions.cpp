@@ -16,6 +16,8 @@ const char kSource[] = "playlist_pdl_actions";
 
 // What WHERE-ALL gives every ident.
 constexpr int32_t kWhereAllScore = 1000;
+// How many idents it takes at a time.
+constexpr uint32_t kIdBatch = 64;
 
 uint32_t log_error(uint32_t line, uint32_t code) {
   return vrel_log_error(line, kSource, code);
@@ -213,7 +215,7 @@ int32_t compare_score(const void* a, const void* b, uint32_t /*size*/) {
   return wrap(score_b - score_a);
 }
 
-constexpr vrel_vector2_key kByScore = {offsetof(ResultEntry, score), INT32_MAX, false};
+constexpr vrel_vector2_key kByScore = {offsetof(ResultEntry, score), INT32_MAX, false, false};
 
 // Highest group first.
 int32_t compare_group(const void* a, const void* b, uint32_t /*size*/) {
@@ -223,7 +225,7 @@ int32_t compare_group(const void* a, const void* b, uint32_t /*size*/) {
   return group_a > group_b ? -1 : 1;
 }
 
-constexpr vrel_vector2_key kByGroup = {offsetof(ResultEntry, group), UINT32_MAX, false};
+constexpr vrel_vector2_key kByGroup = {offsetof(ResultEntry, group), UINT32_MAX, false, false};
 
 struct GroupFilter {
   uint32_t limit;
@@ -288,6 +290,28 @@ uint32_t for_each_action(vrel_vector* actions, Visit visit) {
     uintptr_t value = 0;
     PL_TRY(vrel_vector_getindex(actions, i, &value));
     PL_TRY(visit(reinterpret_cast<PdlNode*>(value)));
+  }
+  return 0;
+}
+
+// --------------------------------------------------------------------------------- WHERE-ALL
+
+uint32_t add_idents(Results* results, const uint32_t* ids, uint32_t count) {
+  ResultEntry entries[kIdBatch];
+  for (uint32_t i = 0; i < count; ++i) entries[i] = {kWhereAllScore, {0, 0, ids[i]}, 0};
+  return _playlist_results_append(results, entries, count);
+}
+
+uint32_t add_all_idents(Results* results) {
+  const vrel_stringtable* const idents = results->collection->idents;
+  uint32_t count = 0;
+  PL_TRY(vrel_stringtable_count(idents, &count));
+  PL_TRY(_playlist_results_reserve(results, count));
+  for (uint32_t first = 0; first < count; first += kIdBatch) {
+    uint32_t ids[kIdBatch];
+    const uint32_t batch = count - first < kIdBatch ? count - first : kIdBatch;
+    PL_TRY(vrel_stringtable_copy_ids(idents, first, batch, ids));
+    PL_TRY(add_idents(results, ids, batch));
   }
   return 0;
 }
@@ -509,17 +533,7 @@ uint32_t _playlist_pdl_perform_order(PdlNode* node, uint32_t child_code, PdlNode
 
 uint32_t _playlist_pdl_perform_whereall(PdlNode* node, uint32_t /*child_code*/,
                                         PdlNode** /*enter*/) {
-  Results* const results = node->run.results;
-  vrel_stringtable* const idents = results->collection->idents;
-  uint32_t count = 0;
-  PL_TRY(vrel_stringtable_count(idents, &count));
-  for (uint32_t i = 0; i < count; ++i) {
-    ValueEntry record = {};
-    if (vrel_stringtable_enum(idents, i, &record.ident, nullptr) != 0) continue;
-    const uint32_t code = _playlist_results_add_result(results, record, kWhereAllScore);
-    if (code != 0) return log_error(__LINE__, code);
-  }
-  return 0;
+  return log_error(__LINE__, add_all_idents(node->run.results));
 }
 
 uint32_t _playlist_pdl_perform_where_op_where(PdlNode* node, uint32_t child_code, PdlNode** enter) {

@@ -12,6 +12,7 @@
 
 #include "vrel_error.h"
 #include "vrel_memory.h"
+#include "vrel_radix.h"
 
 static const char kSource[] = "vrel_sort";
 
@@ -161,37 +162,9 @@ static void _vrel_sort_merge(const Elements& elements, uint32_t low, uint32_t hi
 
 // ---- Radix sort, of keys ----
 
-static constexpr uint32_t kDigitBits = 11;
-static constexpr uint32_t kDigits = 1u << kDigitBits;
-
-// Distributes the keys to `to` by the digit that starts at bit `shift`.
-static void _vrel_sort_distribute(const uint64_t* from, uint64_t* to, uint32_t count,
-                                  uint32_t shift) {
-  uint32_t places[kDigits] = {};
-  for (uint32_t i = 0; i < count; ++i) ++places[(from[i] >> shift) & (kDigits - 1)];
-  uint32_t sum = 0;
-  for (uint32_t& place : places) {
-    const uint32_t size = place;
-    place = sum;
-    sum += size;
-  }
-  for (uint32_t i = 0; i < count; ++i) to[places[(from[i] >> shift) & (kDigits - 1)]++] = from[i];
-}
-
 // Sorts by the upper halves; ties keep their order. `spare` has room for all keys.
 static void _vrel_sort_radix(uint64_t* keys, uint32_t count, uint64_t* spare) {
-  uint64_t differing = 0;
-  for (uint32_t i = 1; i < count; ++i) differing |= keys[i] ^ keys[0];
-  uint64_t* from = keys;
-  uint64_t* to = spare;
-  for (uint32_t shift = 32; shift < 64; shift += kDigitBits) {
-    if (((differing >> shift) & (kDigits - 1)) == 0) continue;
-    _vrel_sort_distribute(from, to, count, shift);
-    uint64_t* const other = from;
-    from = to;
-    to = other;
-  }
-  if (from != keys) memcpy(keys, from, size_t{count} * sizeof *keys);
+  vrel_radix_sort(keys, spare, count, _vrel_sort_upper);
 }
 
 // ---- Sorting a range in n log n comparisons, whatever is in it ----

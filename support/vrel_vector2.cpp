@@ -467,6 +467,18 @@ static bool _vrel_vector2_keep_named(vrel_vector2* vector, const uint64_t* keys,
   return true;
 }
 
+// Moves the keys that equal the one in front of them to the end. Answers how many are left.
+static uint32_t _vrel_vector2_drop_equal_keys(uint64_t* keys, uint32_t count) {
+  uint32_t kept = 0;
+  for (uint32_t i = 0; i < count; ++i) {
+    const uint64_t key = keys[i];
+    if (kept != 0 && (keys[kept - 1] >> 32) == (key >> 32)) continue;
+    keys[i] = keys[kept];
+    keys[kept++] = key;
+  }
+  return kept;
+}
+
 // Sorts the flat array, and may drop what is not wanted. False when nothing was done.
 static bool _vrel_vector2_sort_keys(vrel_vector2* vector, const vrel_vector2_key& key,
                                     uint32_t wanted) {
@@ -475,6 +487,11 @@ static bool _vrel_vector2_sort_keys(vrel_vector2* vector, const vrel_vector2_key
   const uint32_t count = vector->count;
   if (wanted == 0 || wanted > count) wanted = count;
   vrel_utils_qsort_keys(keys, count, wanted, key.free_ties, keys + count);
+  if (key.unique) wanted = _vrel_vector2_drop_equal_keys(keys, count);
+  // The room to sort in is gone before the elements are copied.
+  if (void* const shrunk = vrel_memory_realloc(keys, count * sizeof *keys)) {
+    keys = static_cast<uint64_t*>(shrunk);
+  }
   const bool done = _vrel_vector2_keep_named(vector, keys, wanted);
   vrel_memory_free(keys);
   return done;

@@ -86,6 +86,7 @@ struct vrel_vector2_key {
   uint32_t offset;  // in the element
   uint32_t flip;    // bits to turn round, after which the numbers ascend
   bool free_ties;   // equal elements may come to stand in any order
+  bool unique;      // of equal elements all but the first may be dropped on the way
 };
 
 // As vrel_vector2_sort with `force` 0, for a comparison that agrees with a key: many times quicker,
