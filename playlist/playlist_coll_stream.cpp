@@ -401,18 +401,17 @@ using EntriesOwner = PlaylistOwner<ValueEntry, free_entries>;
 
 uint32_t read_entries(StreamReader* reader, uint32_t count, vrel_vector2* values) {
   if (count > UINT32_MAX / sizeof(ValueEntry)) return PLERR_NoMemory;
-  if (count != 0) {
-    EntriesOwner entries(static_cast<ValueEntry*>(vrel_memory_alloc(count * sizeof(ValueEntry))));
-    if (!entries) return PLERR_NoMemory;
-    for (uint32_t i = reader->plain_entries(entries.get(), count); i < count;) {
-      PL_TRY(read_entry(reader, entries.get() + i++));
-      i += reader->plain_entries(entries.get() + i, count - i);
-    }
-    const auto size = static_cast<uint32_t>(count * sizeof(ValueEntry));
-    PL_TRY(vrel_vector2_attach(values, entries.get(), size, sizeof(ValueEntry), 1));
-    static_cast<void>(entries.take());
+  if (count == 0) return 0;
+  EntriesOwner entries(static_cast<ValueEntry*>(vrel_memory_alloc(count * sizeof(ValueEntry))));
+  if (!entries) return PLERR_NoMemory;
+  for (uint32_t i = reader->plain_entries(entries.get(), count); i < count;) {
+    PL_TRY(read_entry(reader, entries.get() + i++));
+    i += reader->plain_entries(entries.get() + i, count - i);
   }
-  return vrel_vector2_sort(values, playlist_attrdata_compare_ident, 0);
+  const auto size = static_cast<uint32_t>(count * sizeof(ValueEntry));
+  PL_TRY(vrel_vector2_attach(values, entries.get(), size, sizeof(ValueEntry), 1));
+  static_cast<void>(entries.take());
+  return 0;
 }
 
 uint32_t skip_entries(StreamReader* reader, uint32_t count) {
@@ -449,6 +448,7 @@ uint32_t read_attribute(Reading* reading, uint32_t name_length) {
   AttributeInfoOwner info;
   PL_TRY(playlist_attrinfo_create(provider, info.out()));
   PL_TRY(read_entries(reader, count, info->values));
+  PL_TRY(playlist_attrinfo_sort(info.get()));
   // An attribute that comes twice is replaced by the later one.
   PL_TRY(playlist_collection_adopt_attribute(collection, text, info.get()));
   static_cast<void>(info.take());

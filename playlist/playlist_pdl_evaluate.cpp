@@ -531,9 +531,12 @@ bool playlist_pdl_add_passing(PdlNode* comparison, Results* results, const PdlTe
   selection.test = &test;
   uint32_t code = 0;
   if (!select(question, column, &selection, &code)) return false;
-  if (_playlist_results_reserve(results, selection.total) != 0) return false;
   PdlTest keep = test;
   if (code == 0) static_cast<void>(vrel_vector2_retain(results->entries, keep_passing, &keep));
+  // No more room than both take: what was dropped may have been the larger part.
+  const uint64_t needed = uint64_t{playlist_results_count(results)} + selection.total;
+  if (needed > UINT32_MAX) return false;
+  if (vrel_vector2_set_min_size(results->entries, static_cast<uint32_t>(needed)) != 0) return false;
   const bool added = add_selected(*column, selection, results, out_code);
   if (*out_code == 0) *out_code = code;
   return added;

@@ -56,8 +56,9 @@ struct PdlTest {
 };
 
 // Adds the matches and removes all entries whose score fails the test, those that were there before
-// among them; nothing is removed when adding fails. False, and nothing has changed, where one would
-// not come to the other one's order, or an application's provider must be asked entry by entry.
+// among them; nothing is removed when a value cannot be scored. False, and nothing was added, when
+// the matches must be added first: an application's provider is asked entry by entry, the entries
+// are sorted, or there is no memory.
 bool playlist_pdl_add_passing(PdlNode* comparison, Results* results, const PdlTest& test,
                               uint32_t* out_code);
 

@@ -570,7 +570,7 @@ uint32_t vrel_vector2_reserve(vrel_vector2* vector, uint32_t count) {
   ENTER(vector, kVrelBadHandle);
   const uint64_t needed = uint64_t{vector->count} + count;
   if (needed <= vector->capacity) return 0;
-  const uint64_t capacity = needed + needed / 8;
+  const uint64_t capacity = vector->capacity == 0 ? needed : needed + needed / 8;
   if (capacity > UINT32_MAX) return VREL_LOG_HERE(kVrelNoMemory);
   return _vrel_vector2_resize(vector, static_cast<uint32_t>(capacity));
 }

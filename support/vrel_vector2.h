@@ -106,7 +106,7 @@ uint32_t vrel_vector2_clear(vrel_vector2* vector);
 // A null vector returns 0. Codes: kVrelBadHandle, kVrelNoMemory.
 uint32_t vrel_vector2_set_min_size(vrel_vector2* vector, uint32_t capacity);
 
-// Makes room for `count` more elements, and an eighth beyond them when that takes a new array.
+// Makes room for `count` more elements, and an eighth beyond them when that takes a larger array.
 // Codes: kVrelBadHandle, kVrelNoMemory.
 uint32_t vrel_vector2_reserve(vrel_vector2* vector, uint32_t count);
 
