@@ -40,7 +40,8 @@ uint32_t run_parsed(vrel_vector* actions, trova_gdo* seed, Collection* collectio
   ResultsOwner results;
   PL_TRY(_playlist_results_create(collection, results.out()));
   const uint32_t code = _playlist_pdl_perform_actions(actions, results.get());
-  playlist_columns_forget_answers(collection);
+  // What a statement could not do for lack of memory must not be for the columns' sake next time.
+  playlist_columns_forget(collection, vrel_error_low(code) == vrel_error_low(PLERR_NoMemory));
   PL_TRY(code);
   *out_results = results.take();
   return 0;

@@ -196,9 +196,10 @@ bool playlist_column_start_answers(ValueColumn* column, const void* context, boo
   return true;
 }
 
-void playlist_columns_forget_answers(Collection* collection) {
+void playlist_columns_forget(Collection* collection, bool columns) {
   AttributeInfo* info = nullptr;
   for (uint32_t i = 0; playlist_collection_attrinfo_at(collection, i, &info) == 0; ++i) {
+    if (columns) playlist_attrinfo_values_changed(info);
     if (info->column == nullptr) continue;
     release(info->column->answers.scores);
     info->column->answers = {};

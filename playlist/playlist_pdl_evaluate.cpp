@@ -171,7 +171,7 @@ bool add_by_marks(const ValueColumn& column, const Selection& selection, Adder* 
 }
 
 // Asks about every value. A failure ends the selection at the first entry that has the value, and
-// nothing is tested: the values that appear in front of it have all been asked by then.
+// takes all that scores in front of it, untested: the values that appear there have been asked.
 uint32_t select_values(const Question& question, ValueColumn* column, Selection* out) {
   for (uint32_t value = 0; value < column->value_count; ++value) {
     int32_t score = 0;
@@ -280,10 +280,10 @@ uint32_t keep_match(void* element, void* context, uint8_t* out_keep) {
   const auto* const filter = static_cast<const MatchFilter*>(context);
   const ValueEntry& record = static_cast<const ResultEntry*>(element)->record;
   int32_t score = 0;
-  const auto ask_it = [&](int32_t* out) { return evaluate(filter->question, record, out); };
+  const auto evaluate_it = [&](int32_t* out) { return evaluate(filter->question, record, out); };
   const uint32_t code = filter->cache != nullptr
-                            ? playlist_score_cached(filter->cache, record, &score, ask_it)
-                            : ask_it(&score);
+                            ? playlist_score_cached(filter->cache, record, &score, evaluate_it)
+                            : evaluate_it(&score);
   *out_keep = score != 0 ? 1 : 0;
   return vrel_failed(code) ? code : 0;
 }
