@@ -332,6 +332,13 @@ bool is_last_of_where(const PdlNode* node) {
   return true;
 }
 
+// Of a chain of ORs only the innermost has something to do, and only it looks up the chain.
+uint32_t make_unique(const PdlNode* node) {
+  Results* const results = node->run.results;
+  if (results->distinct || playlist_results_count(results) < 2) return 0;
+  return _playlist_results_unique(results, is_last_of_where(node));
+}
+
 // What the children selected is added whatever became of them: neither child's outcome is told.
 uint32_t merge_selected(PdlNode* node) {
   Results* const results = node->run.results;
@@ -364,7 +371,7 @@ uint32_t perform_both(PdlNode* node, uint32_t mode, uint32_t child_code, PdlNode
     case 1:
       return enter_child(node->right, node->run.results, mode, enter);
     default:
-      return _playlist_results_unique(node->run.results, is_last_of_where(node));
+      return make_unique(node);
   }
 }
 
