@@ -845,31 +845,4 @@ void Mock::expect_clean() {
   expect_no_problems();
 }
 
-unsigned for_each_allocation_failure(const std::function<void()>& task) {
-  for (unsigned n = 1;; ++n) {
-    SCOPED_TRACE("allocation " + std::to_string(n) + " fails");
-    mock().fail_allocation(n);
-    task();
-    const bool met = mock().allocation_failed();
-    mock().clear_faults();
-    if (!met) return n - 1;
-  }
-}
-
-unsigned for_each_slot_failure(const std::function<void()>& task) {
-  mock().calls.clear();
-  task();
-  unsigned calls = 0;
-  for (const auto& [slot, count] : std::map(mock().calls)) {
-    calls += count;
-    for (unsigned n = 1; n <= 2 * count; ++n) {
-      SCOPED_TRACE(slot + " fails at call " + std::to_string((n + 1) / 2));
-      mock().fail_slot(slot, (n + 1) / 2, n % 2 == 0 ? 0x90100005 : kNotFound);
-      task();
-      mock().clear_faults();
-    }
-  }
-  return calls;
-}
-
 }  // namespace trova_mock

@@ -7,7 +7,6 @@
 #define TROVA_MOCK_H
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -169,14 +168,6 @@ class Mock {
 };
 
 Mock& mock();
-
-// Runs a task with its first allocation failing, then its second and so on, until a run meets no
-// failure. Answers how many runs failed one.
-unsigned for_each_allocation_failure(const std::function<void()>& task);
-
-// Runs a task once, then once for every slot call it made with that call failing and once more with
-// it answering a warning. Answers the number of calls.
-unsigned for_each_slot_failure(const std::function<void()>& task);
 
 }  // namespace trova_mock
 

@@ -18,7 +18,6 @@ using Strings = std::vector<std::string>;
 
 namespace {
 
-const char kGenreKey[] = "_sdkmgr_val_list_genre_id";
 const char kInitialized[] = "Playlist Initialize: Version 2.0.0.32  Built 2011-11-08 04:01 UTC";
 
 // A running library with a genre list, the attributes qx_a to qx_c and a collection.
@@ -354,72 +353,7 @@ TEST_F(Edges, the_end_of_a_handle_is_the_end_of_the_call) {
   EXPECT_EQ(generated("genpl"), Strings{"x"});
 }
 
-// -------------------------------------------------------------------------------- Failures
-
-// A release that cannot check its handle changes nothing and may be tried again.
-template <class T>
-static void release(uint32_t (*release_handle)(T*), T* handle) {
-  const std::string held = mock().usage();
-  (void)release_handle(handle);
-  if (handle != nullptr && mock().usage() == held) (void)release_handle(handle);
-}
-
-// Creates, fills, queries and releases a collection of its own. Whatever fails, nothing may stay
-// in use.
-static void use_a_collection() {
-  const std::string before = mock().usage();
-  trova_playlist_collection* collection = nullptr;
-  trova_playlist_results* results = nullptr;
-  (void)trova_playlist_collection_create("sweep", &collection);
-  Object track("trova_ctx_track"), album("trova_ctx_album");
-  track.value(kGenreKey, "2")
-      .value(g_behaviours[0].key(), "#1")
-      .value(g_behaviours[1].key(), "red");
-  album.value(kGenreKey, "3").child("trova_ctx_track!matching", track);
-  for (const Object* object : {&track, &album}) {
-    for (const char* ident : {"one", "two", "three"}) {
-      (void)trova_playlist_collection_ident_add(collection, ident, object->get());
-    }
-    (void)trova_playlist_collection_ident_remove(collection, "two");
-  }
-  (void)trova_playlist_collection_update_name(collection, "swept");
-  for (const char* statement : {"genpl where (qx_genre like seed) >= 1 or qx_a = 1 and qx_b != 'x' "
-                                "order (qx_genre like 2) * 2 "
-                                "+ rand(5) limit 9 results, 1 per qx_b",
-                                "genpl where qx_a", "genpl where qx_a = '0x90890003'"}) {
-    (void)trova_playlist_statement_validate(statement, collection, nullptr);
-    (void)trova_playlist_generate_playlist(nullptr, statement, collection, track.get(), &results);
-    release(trova_playlist_results_release, results);
-    results = nullptr;
-  }
-  release(trova_playlist_collection_release, collection);
-  EXPECT_EQ(mock().usage(), before);
-  mock().expect_no_problems();
-}
-
-TEST_F(Edges, no_failing_allocation_or_slot_leaves_anything_behind) {
-  use_a_collection();
-  EXPECT_GT(trova_mock::for_each_allocation_failure(use_a_collection), 100u);
-  EXPECT_GT(trova_mock::for_each_slot_failure(use_a_collection), 100u);
-  for (unsigned n = 1; n < 200; n += 7) {
-    mock().fail_allocation(n, true);
-    use_a_collection();
-    mock().clear_faults();
-  }
-  EXPECT_EQ(add("x", {"#1"}), 0u);
-  EXPECT_EQ(generated("genpl"), Strings{"x"});
-}
-
 // --------------------------------------------------------------------------- Start and stop
-
-static void start_and_stop() {
-  if (trova_playlist_initialize(mock().manager()) == 0) {
-    EXPECT_EQ(trova_playlist_initchecks(), 1u);
-    EXPECT_EQ(trova_playlist_shutdown(), 0u);
-  }
-  EXPECT_EQ(trova_playlist_initchecks(), 0u);
-  mock().expect_clean();
-}
 
 TEST(Lifecycle, starts_and_stops_in_order_and_says_so) {
   mock().reset();
@@ -488,7 +422,5 @@ TEST(Lifecycle, a_start_that_fails_leaves_nothing_behind) {
             (std::vector<ErrorCall>{{176, "trova_playlist", 0x90100005, 0},
                                     {0, "trova_playlist_initialize", PLERR_InitFailed, 0}}));
   EXPECT_TRUE(mock().lines.empty());
-  EXPECT_GT(trova_mock::for_each_slot_failure(start_and_stop), 15u);
-  EXPECT_GT(trova_mock::for_each_allocation_failure(start_and_stop), 3u);
-  start_and_stop();
+  mock().expect_clean();
 }
