@@ -40,7 +40,9 @@ struct AttributeInfo {
 VREL_LAYOUT_FIELD(AttributeInfo, provider, 0);
 VREL_LAYOUT_FIELD(AttributeInfo, values, 4);
 
-// Every field is guarded by `lock`; the reference count too.
+// Every field is guarded by `lock`; the reference count too. Lock order: a thread holds one
+// collection's lock at most, before the key map's, those of the manager behind its slots, and those
+// of the application in its callbacks; none of them may wait for a collection.
 struct trova_playlist_collection {
   uint32_t magic;  // kCollectionMagic
   vrel_critsec* lock;

@@ -61,7 +61,8 @@ struct Registered {
 };
 static_assert(offsetof(Registered, provider) == 0, "a provider's address is its record's");
 
-// Guards the making of the key map, which the first data view asks for.
+// Guards the making of the key map, which the first data view asks for. Lock order: behind a
+// collection's lock or g_init_lock; under it only memory is taken.
 vrel_spinlock g_key_map_lock;
 
 void release_record(void* element) {

@@ -23,7 +23,7 @@ static_assert(sizeof(ResultEntry) == 20, "there may be a million of them");
 // no lock.
 struct trova_playlist_results {
   uint32_t magic;          // kResultsMagic
-  vrel_critsec* lock;      // guards `refcount`
+  vrel_critsec* lock;      // guards `refcount`; taken alone, last
   uint32_t refcount;       // 1 at creation
   Collection* collection;  // holds a reference, so the texts of the idents outlive the results
   vrel_vector2* entries;   // of ResultEntry

@@ -36,7 +36,9 @@ constexpr uint32_t kManagerLogPackage = 34;
 // What the support modules answer to a shutdown without a start; mapped, it is PLERR_NotInited.
 constexpr uint32_t kRawNotInited = 7;
 
-// Guards the count and everything that start and stop do. The count is read without it.
+// Guards the count and everything that start and stop do. The count is read without it. Lock order:
+// first; held while the manager's slots and the support modules are called, never with a
+// collection's lock.
 vrel_spinlock g_init_lock;
 std::atomic<uint32_t> g_init_count;
 

@@ -74,7 +74,8 @@ const char* vrel_thread_get_version() {
 
 // ---- Critical sections ----
 
-// `mutex` guards all other fields and is never held for longer than a few instructions.
+// `mutex` guards all other fields and is never held for longer than a few instructions, nor while
+// another lock is taken.
 struct vrel_critsec {
   int32_t waiting;  // threads inside pthread_cond_wait
   int32_t depth;    // how often the owner has entered; 0 when nobody has

@@ -16,7 +16,7 @@ static constexpr uint32_t kMagic = 0xabcdef12u;
 
 struct vrel_vector {
   uint32_t magic;
-  vrel_critsec* lock;  // guards the rest; null unless thread safe
+  vrel_critsec* lock;  // guards the rest, behind its owner's locks; null unless thread safe
   uintptr_t* data;
   uint32_t capacity;
   uint32_t count;

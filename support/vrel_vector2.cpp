@@ -23,7 +23,7 @@ static constexpr uint32_t kPageBytes = 8 * 1024;
 // and `capacity` is what the flat array will have when the vector turns back.
 struct vrel_vector2 {
   uint32_t magic;
-  vrel_critsec* lock;  // guards the rest; null unless thread safe
+  vrel_critsec* lock;  // guards the rest, behind its owner's locks; null unless thread safe
   char* data;
   uint32_t capacity;      // in elements
   uint32_t element_size;  // in bytes

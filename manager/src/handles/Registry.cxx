@@ -154,7 +154,8 @@ Word AddressTable::home(Word address) const noexcept {
   return (hash_of(address) << kShardBits) >> (kHashBits - bits_);
 }
 
-// One of the independent parts of the registry; `lock` guards `table`.
+// One of the independent parts of the registry; `lock` guards `table`. Lock order: last; nothing is
+// called under it, and no second one is taken.
 struct alignas(64) Shard {
   SpinLock lock;
   AddressTable table;

@@ -50,7 +50,9 @@ std::array<trova_locale, kLanguageCount * kLocaleCount> g_locales;
 std::array<trova_correlates, kCorrelatedListCount> g_correlates;
 std::array<trova_correlate_set, kMaxCorrelated> g_sets;
 
-std::mutex g_sets_mutex;  // guards `list` and `scores` of a set while users come and go
+// Guards `list` and `scores` of a set while users come and go. Lock order: before the registry of
+// handles.
+std::mutex g_sets_mutex;
 std::atomic<bool> g_running = false;
 std::atomic<Language> g_language = Language::kEnglish;
 

@@ -15,7 +15,8 @@ namespace trova {
 namespace {
 
 // The lock of the tree: held while a child is added, so that two threads cannot close a cycle
-// between them, and so that only one search at a time uses the links of the objects.
+// between them, and so that only one search at a time uses the links of the objects. Lock order:
+// before the locks of the lists.
 constinit std::mutex g_tree;
 
 // A text with its terminator, as bytes.

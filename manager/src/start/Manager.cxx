@@ -23,7 +23,8 @@ namespace trova {
 
 namespace {
 
-constinit std::mutex g_lock;  // held by start and stop
+// Held by start and stop. Lock order: before every other lock of the manager; no slot takes it.
+constinit std::mutex g_lock;
 constinit std::atomic<uint32_t> g_starts;
 
 // Tables are constants of this library, handed out for reading only.
