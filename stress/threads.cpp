@@ -46,6 +46,13 @@ std::string ident_of(uint32_t number) {
   return std::to_string(100'000 + number);
 }
 
+// A borrowed ident, which another thread may be removing, and so writing to.
+std::string copy_of(const char* ident) {
+  std::string copy;
+  while (const char byte = __atomic_load_n(ident++, __ATOMIC_RELAXED)) copy += byte;
+  return copy;
+}
+
 // One thread. What it adds to a collection of all has its own numbers.
 class Worker {
  public:
@@ -83,7 +90,7 @@ class Worker {
   uint32_t first_number() const { return static_cast<uint32_t>(number_) * kOwnIdents; }
   std::string some_ident() { return ident_of(first_number() + below(kOwnIdents)); }
   bool is_mine(const std::string& ident) const {
-    if (ident.empty()) return false;
+    if (ident.size() != 6) return false;
     const auto number = static_cast<uint32_t>(std::stoul(ident)) - 100'000;
     return number >= first_number() && number < first_number() + kOwnIdents;
   }
@@ -132,7 +139,7 @@ class Worker {
     for (uint32_t i = 0; i < count; ++i) {
       const char* ident = nullptr;
       ASSERT_EQ(trova_playlist_collection_ident_enum(collection_, i, &ident), 0u);
-      if (is_mine(ident)) mine.insert(ident);
+      if (is_mine(copy_of(ident))) mine.insert(copy_of(ident));
     }
     // Others shift the places of a shared collection's idents between two calls.
     if (is_own()) {
@@ -162,7 +169,8 @@ class Worker {
     for (uint32_t i = 0; i < count; ++i) {
       const char* ident = nullptr;
       EXPECT_EQ(trova_playlist_results_enum(results, i, &ident), 0u);
-      EXPECT_TRUE(!is_mine(ident) || idents.insert(ident).second) << ident << " is there twice";
+      const std::string copy = copy_of(ident);
+      EXPECT_TRUE(!is_mine(copy) || idents.insert(copy).second) << copy << " is there twice";
     }
     EXPECT_EQ(trova_playlist_results_release(results), 0u);
     return idents;
@@ -245,8 +253,10 @@ class Worker {
     uint32_t count = 0;
     ASSERT_EQ(trova_playlist_storage_count_collections(&count), 0u);
     char stored[32] = "";
-    EXPECT_EQ(trova_playlist_storage_enum_collections(below(count), stored, sizeof stored), 0u);
-    EXPECT_NE(*stored, '\0');
+    // Who stores under a new name may take the place of another record.
+    const uint32_t code =
+        trova_playlist_storage_enum_collections(below(count), stored, sizeof stored);
+    EXPECT_TRUE(code == 0 ? *stored != '\0' : code == PLERR_NotFound) << std::hex << code;
   }
 
   static void follow(void* worker, Collection*, const char* ident, uint32_t status, uint8_t*) {
