@@ -99,6 +99,11 @@ CatalogueRow ReadRow(const Statement& row) {
   return read;
 }
 
+// No collection has such a name.
+std::string DraftName(std::string_view name) {
+  return std::string(1, '\0').append(name);
+}
+
 bool HasTables(Database& database) {
   Statement tables(database, "SELECT 1 FROM sqlite_master WHERE name = 'trova_cli_schema'");
   return tables.Start().Next();
@@ -192,6 +197,28 @@ void Catalogue::Rename(std::int64_t collection, std::string_view name) {
 void Catalogue::Remove(std::int64_t collection) {
   RemoveRows(collection);
   statements_->remove.Run(collection);
+}
+
+std::int64_t Catalogue::MakeDraft(std::string_view name) {
+  const std::int64_t draft = Make(DraftName(name));
+  RemoveRows(draft);  // what another process left that came to its end here
+  return draft;
+}
+
+// The rows that were in force become the draft.
+void Catalogue::PublishDraft(std::string_view name) {
+  const std::string draft_name = DraftName(name);
+  const std::int64_t collection = Make(name);
+  const std::int64_t draft = Make(draft_name);
+  Transaction transaction(database_);
+  Rename(collection, std::string_view());
+  Rename(draft, name);
+  Rename(collection, draft_name);
+  transaction.Commit();
+}
+
+void Catalogue::RemoveDraft(std::string_view name) {
+  if (const std::optional<std::int64_t> draft = Find(DraftName(name))) Remove(*draft);
 }
 
 void Catalogue::Put(std::int64_t collection, const CatalogueRow& row) {

@@ -38,9 +38,10 @@ struct CatalogueRow {
 };
 
 // Tables of the command's own in the file of the stored collections. They claim less than the
-// stored collection holds, never more: the row of what is removed or replaced there goes before the
+// stored collection holds, never more: the row of what is removed or changed there goes before the
 // collection is stored, and the row of what was added comes after it. A process may end
-// between the two at any time, and the next scan reads again what is not claimed.
+// between the two at any time, and the next scan reads again what is not claimed. A collection that
+// is replaced as a whole gets all its rows right after it was stored, see Store::Replace.
 class Catalogue {
  public:
   // Throws CommandError, as every function here does when the file cannot be read or written. A
@@ -53,6 +54,12 @@ class Catalogue {
   std::int64_t Make(std::string_view name);
   void Rename(std::int64_t collection, std::string_view name);
   void Remove(std::int64_t collection);
+
+  // A collection beside the one of that name, empty, that nobody finds: for the rows that are to
+  // take the place of its own. Writing them may fail, giving them their name takes hardly any room.
+  std::int64_t MakeDraft(std::string_view name);
+  void PublishDraft(std::string_view name);
+  void RemoveDraft(std::string_view name);
 
   // Rows of one collection. Many changes belong into one Transaction.
   void Put(std::int64_t collection, const CatalogueRow& row);

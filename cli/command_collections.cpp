@@ -113,8 +113,8 @@ ExitCode Remove(const Arguments& arguments, Console& console) {
         fmt::format("Remove the collection \"{}\" and all that is stored of it?", arguments.name),
         arguments.yes);
     const Store::Locked locked = store.Lock(arguments.name);
-    store.catalogue().RemoveRows(locked.number);
     RemoveStored(arguments.name);
+    store.catalogue().RemoveDraft(arguments.name);
     store.catalogue().Remove(locked.number);
   }
   Say(fmt::format("{} {} removed", arguments.name, arguments.dry_run ? "would be" : "is"));
@@ -150,8 +150,7 @@ ExitCode ImportStream(const Arguments& arguments, Console& console) {
       Confirm(fmt::format("Replace the collection \"{}\" that is stored?", name), arguments.yes);
     }
     const Store::Locked locked = store.Lock(name);
-    store.catalogue().RemoveRows(locked.number);
-    StoreCollection(collection);
+    store.Replace(name, collection, [](std::int64_t) {});
   }
   Say(fmt::format("{}: {}{} tracks", name, arguments.dry_run ? "would have " : "",
                   CountTracks(collection.get())));

@@ -76,12 +76,10 @@ std::string Import::IdentOf(std::uint32_t index) const {
   return other == other_idents_.end() ? tracks_.Get(index).ident : other->second;
 }
 
-// While the collection is replaced, the catalogue says nothing of it.
+// A disk that is full, or a process that ends, leaves what there was.
 void Import::StoreIn(Store& store) {
   const Store::Locked locked = store.Lock(name_);
-  store.catalogue().RemoveRows(locked.number);
-  StoreCollection(collection_);
-  PutRows(store.catalogue(), locked.number);
+  store.Replace(name_, collection_, [&](std::int64_t rows) { PutRows(store.catalogue(), rows); });
 }
 
 void Import::PutRows(Catalogue& catalogue, std::int64_t number) {

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "error.h"
+#include "stored_collections.h"
 
 namespace trova_cli {
 namespace {
@@ -57,6 +58,31 @@ Store::Locked Store::Lock(const std::string& name) {
     auto lock = std::make_unique<CollectionLock>(path_, number, console_);
     // It may have been renamed or removed while this process waited.
     if (catalogue_.Find(name) == number) return {number, std::move(lock)};
+  }
+}
+
+void Store::Replace(const std::string& name, const Collection& collection,
+                    const std::function<void(std::int64_t number)>& put_rows) {
+  const std::int64_t draft = catalogue_.MakeDraft(name);
+  // It will be the one of that name, and others must wait until all is done.
+  const CollectionLock lock(path_, draft, console_);
+  try {
+    put_rows(draft);
+    StoreCollection(collection);
+  } catch (const CommandError&) {
+    DropQuietly(name);
+    throw;
+  }
+  catalogue_.PublishDraft(name);
+  DropQuietly(name);
+}
+
+// What cannot be dropped now is dropped by whoever replaces the collection next.
+void Store::DropQuietly(const std::string& name) {
+  try {
+    catalogue_.RemoveDraft(name);
+  } catch (const CommandError& failure) {
+    console_.Note(failure.what());
   }
 }
 

@@ -3,6 +3,7 @@
 #define TROVA_CLI_STORE_H
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -37,7 +38,15 @@ class Store {
   // The right to change a collection; see CollectionLock.
   Locked Lock(const std::string& name);
 
+  // Stores the collection under its name, which is locked, with the rows that `put_rows` puts into
+  // the catalogue's collection of that number. What takes room comes first: where it fails, the old
+  // collection and its rows are as they were.
+  void Replace(const std::string& name, const Collection& collection,
+               const std::function<void(std::int64_t number)>& put_rows);
+
  private:
+  void DropQuietly(const std::string& name);
+
   const std::string path_;
   Console& console_;
   const std::string file_;  // ":memory:" for one that is not there

@@ -40,8 +40,10 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// The first run of exactly four digits: "1975-09-12" and "12.9.1975" both say 1975.
+// The first run of exactly four digits: "1975-09-12" and "12.9.1975" both say 1975. A sign in front
+// of everything is a year of no recording.
 std::uint32_t YearOf(std::string_view text) {
+  if (text.starts_with('-')) return 0;
   for (std::size_t at = 0; at < text.size();) {
     std::size_t end = at;
     while (end < text.size() && IsDigit(text[end])) ++end;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sqlite3.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <nlohmann/json.hpp>
 
 #include "cli_test_files.h"
 #include "cli_test_process.h"
@@ -393,11 +395,14 @@ TEST_F(test_cli_collections, a_file_that_cannot_be_used_is_named) {
     RunSql(folder_.Path(name), sql);
     return folder_.Path(name);
   };
+  const std::string good = Content(store_);
   const std::string files[] = {
       copy("newer", "PRAGMA user_version = 99"),
       copy("newer_rows", "UPDATE trova_cli_schema SET version = 99"),
       copy("foreign", "PRAGMA application_id = 1"),
       folder_.Write("text", std::string(9000, 'x')),
+      folder_.Write("cut", good.substr(0, good.size() / 2)),
+      folder_.Write("noise", good.substr(0, 4096) + std::string(good.size() - 4096, '\x9c')),
       folder_.Path("music"),
       "/proc/none/trova.db",
       "/dev/full/trova.db",
@@ -412,6 +417,126 @@ TEST_F(test_cli_collections, a_file_that_cannot_be_used_is_named) {
       EXPECT_TRUE(Has(result.err, file.substr(0, 9))) << file << ": " << result.err;
     }
     EXPECT_TRUE(Content(file) == before) << file;
+  }
+}
+
+// Everything that is known of a collection's tracks.
+std::string Known(const char* collection) {
+  return RunTrova({"generate", "genpl", "--collection", collection, "--output", "csv"}).out;
+}
+
+TEST_F(test_cli_collections, a_full_disk_refuses_what_has_no_room_and_loses_nothing) {
+  const std::string disk = folder_.Path("data");
+  fs::create_directory(disk);
+  if (mount("none", disk.c_str(), "tmpfs", 0, "size=1m") != 0) GTEST_SKIP() << "no right to mount";
+  const auto table = [&](int tracks, const std::string& genre) {
+    std::string rows = "ident,title,genre\n";
+    for (int i = 0; i < tracks; ++i) {
+      rows += std::to_string(i) + ",Title " + std::to_string(i) + "," + genre + "\n";
+    }
+    return folder_.Write("t.csv", rows);
+  };
+  EXPECT_EQ(RunTrova({"import", table(20, "Jazz"), "--collection", "T"}).code, 0);
+  Audio("a.flac");
+  EXPECT_EQ(Scan().code, 0);
+  const std::string tracks = Known("T"), music = Known("Music");
+  Fill(400);
+  const Words commands[] = {{"import", table(30'000, "Rock"), "--collection", "T"},
+                            {"import", table(30'000, "Rock"), "--collection", "New"},
+                            {"scan", music_, "--collection", "Music"}};
+  for (std::size_t i = 0; i < std::size(commands); ++i) {
+    // A scan needs less room than there was for the tables.
+    if (i == 2) folder_.Write("data/rest", std::string(1 << 20, 'x'));
+    const RunResult result = RunTrova(commands[i]);
+    EXPECT_EQ(result.code, 2) << i;
+    EXPECT_TRUE(Has(result.err, "no room")) << result.err;
+    fs::remove(folder_.Path("data/rest"));  // without any room not even reading is possible
+    EXPECT_EQ(Known("T"), tracks) << i;
+    EXPECT_EQ(Known("Music"), music) << i;
+  }
+  EXPECT_EQ(mount("none", disk.c_str(), "tmpfs", MS_REMOUNT, "size=50m"), 0);
+  for (const Words& words : commands) EXPECT_EQ(RunTrova(words).code, 0);
+  EXPECT_EQ(umount(disk.c_str()), 0);
+}
+
+TEST_F(test_cli_collections, a_folder_that_must_not_be_written_keeps_what_it_has) {
+  Audio("a.flac");
+  Scan();
+  const std::string before = Content(store_);
+  const std::string known = Known("Music");
+  fs::permissions(folder_.Path(""), fs::perms(0755));
+  const uid_t user = geteuid();
+  ASSERT_EQ(seteuid(user == 0 ? 65534 : user), 0);  // the superuser may write everywhere
+  const RunResult result = Scan();
+  ASSERT_EQ(seteuid(user), 0);
+  EXPECT_EQ(result.code, user == 0 ? 2 : 0);
+  EXPECT_TRUE(user != 0 || Has(result.err, "must not be written: " + store_)) << result.err;
+  EXPECT_TRUE(Content(store_) == before);
+  EXPECT_EQ(Known("Music"), known);
+}
+
+// Overwrites a text in a file by one of its length, which the library that tags would not write.
+void Patch(const std::string& path, const std::string& text, const std::string& bytes) {
+  std::string content = Content(path);
+  content.replace(content.find(text), bytes.size(), bytes);
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+TEST_F(test_cli_collections, hostile_music_stays_data_in_every_form) {
+  const std::string injection = "x\n#EXTINF:1,y\r\n/etc/passwd</title><track>\x1b[2J\x07\x7f";
+  const std::string large(10 << 20, 'L');
+  const char* const years[] = {"-1975", "99999", "0", "1975"};
+  const char* const tempos[] = {"0", "4294967295", "-1", "1e999"};
+  const Words names = {"-n.flac", "--help.flac", "a\n#EXTM3U\n.flac", "<b>&\"'.flac", "%s%n.flac"};
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    WriteAudio(folder_, "music/" + names[i],
+               {{"TITLE", i == 0 ? large : injection},
+                {"ARTIST", "invalid"},
+                {"ALBUM", injection},
+                {"GENRE", "Jazz"},
+                {"DATE", years[i % 4]},
+                {"BPM", tempos[i % 4]}});
+    Patch(music_ + "/" + names[i], "invalid", "\xff\xfe\xc0\x80\xed\xa0\x80");
+  }
+  fs::create_directory_symlink(music_, music_ + "/loop");
+  fs::create_directory_symlink("other", music_ + "/one");
+  fs::create_directory_symlink("one", music_ + "/other");
+  const RunResult scan = Scan();
+  EXPECT_EQ(scan.code, 0) << scan.err;
+  EXPECT_TRUE(Has(scan.out, "5 tracks; 5 added")) << scan.out;
+  Words sorted = names;
+  std::sort(sorted.begin(), sorted.end());
+  EXPECT_EQ(Files(), sorted);
+
+  const auto output = [](const char* form) {
+    const RunResult result = RunTrova({"generate", "genpl", "--output", form});
+    EXPECT_EQ(result.code, 0) << form << result.err.substr(0, 1000);
+    return result.out;
+  };
+  const auto count = [](const std::string& text, const std::string& part) {
+    std::size_t times = 0;
+    for (std::size_t at = 0; (at = text.find(part, at)) != text.npos; ++at) ++times;
+    return times;
+  };
+  const std::string m3u8 = output("m3u8");
+  EXPECT_EQ(count(m3u8, "\n"), 1 + 2 * names.size());
+  EXPECT_EQ(count("\n" + m3u8, "\n#EXTINF:"), names.size());
+  EXPECT_EQ(count(output("paths"), "\n"), names.size());
+  const std::string xspf = output("xspf");
+  for (const char* element : {"<track>", "</track>", "<title>", "</title>", "<location>file:"}) {
+    EXPECT_EQ(count(xspf, element), names.size()) << element;
+  }
+  const auto json = nlohmann::json::parse(output("json"));
+  EXPECT_EQ(json.size(), names.size());
+  for (const auto& track : json) {
+    EXPECT_EQ(track.value("year", 0), track["path"] == music_ + "/" + names[3] ? 1975 : 0);
+    EXPECT_EQ(track.value("bpm", 0), 0);
+  }
+  EXPECT_EQ(nlohmann::json::parse(output("jspf"))["playlist"]["track"].size(), names.size());
+  const std::string table = output("table");
+  EXPECT_EQ(count(table, "\n"), 1 + names.size());
+  for (const std::string& text : {m3u8, xspf, table}) {
+    EXPECT_EQ(text.find_first_of("\x1b\x07\x7f\xc0\xff"), text.npos);
   }
 }
 
