@@ -169,7 +169,8 @@ uint32_t trova_playlist_initialize(ManagerHandle* manager) {
 
   vrel_spinlock_lock(&g_init_lock);
   const uint32_t count = g_init_count.load(std::memory_order_relaxed);
-  const uint32_t code = count == 0 ? initialize_all(manager) : 0;
+  uint32_t code = count == UINT32_MAX ? PLERR_InitFailed : 0;  // one more and nobody would be left
+  if (count == 0) code = initialize_all(manager);
   if (code == 0) g_init_count.store(count + 1, std::memory_order_release);
   vrel_spinlock_unlock(&g_init_lock);
   if (code != 0) return vrel_log_error(0, __func__, PLERR_InitFailed);

@@ -1,7 +1,10 @@
 // scale_test: large collections, long chains and deep parentheses on a thread with little stack.
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
+#include <cstring>
 #include <functional>
 #include <string>
 
@@ -112,5 +115,59 @@ TEST_F(ScaleTest, parentheses_nest_a_thousand_deep_and_no_deeper) {
     EXPECT_STREQ(text, "statement nested too deeply");
   });
 }
+
+#if SIZE_MAX > UINT32_MAX && !defined(__SANITIZE_THREAD__)
+
+// A text of 4 GiB and four bytes: who counts it in 32 bits takes it for one of four. One block is
+// mapped over and over, so that it takes no memory.
+class LongText {
+ public:
+  LongText() {
+    const std::string block(kBlock, 'x');
+    const int file = memfd_create("text", 0);
+    EXPECT_EQ(write(file, block.data(), kBlock), static_cast<ssize_t>(kBlock));
+    text_ = mmap(nullptr, kLength + kBlock, PROT_READ | PROT_WRITE,
+                 MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    auto* const text = static_cast<char*>(text_);
+    for (size_t at = 0; at < kLength; at += kBlock) {
+      mmap(text + at, kBlock, PROT_READ, MAP_PRIVATE | MAP_FIXED, file, 0);
+    }
+    memcpy(text + kLength, "xxxx", 5);
+    close(file);
+  }
+  ~LongText() { munmap(text_, kLength + kBlock); }
+  LongText(const LongText&) = delete;
+  LongText& operator=(const LongText&) = delete;
+
+  operator const char*() const { return static_cast<const char*>(text_); }
+
+ private:
+  static constexpr size_t kLength = size_t{1} << 32;
+  static constexpr size_t kBlock = 16 << 20;
+  void* text_;
+};
+
+TEST_F(ScaleTest, texts_that_32_bits_cannot_count_are_refused) {
+  fill(1);
+  const LongText text;
+  trova_playlist_collection* made = nullptr;
+  trova_gdo* track = nullptr;
+  uint8_t exists = 77;
+  uint32_t count = 0;
+  EXPECT_EQ(trova_playlist_collection_create(text, &made), PLERR_NoMemory);
+  EXPECT_EQ(trova_playlist_collection_update_name(collection_, text), PLERR_NoMemory);
+  // An attribute that has no room leaves the ident outside.
+  ASSERT_EQ(trova_manager_gdo_create(TROVA_CTX_TRACK, &track), 0u);
+  trova_manager_gdo_add_number(track, TROVA_VAL_ARTIST_TYPE_ID, 1);
+  EXPECT_EQ(trova_playlist_collection_ident_add(collection_, text, track), 0u);
+  trova_manager_gdo_release(track);
+  EXPECT_EQ(trova_playlist_collection_ident_exists(collection_, text, &exists), 0u);
+  EXPECT_EQ(exists, 0);
+  EXPECT_EQ(trova_playlist_collection_ident_count(collection_, &count), 0u);
+  EXPECT_EQ(count, 1u);
+  EXPECT_EQ(trova_playlist_collection_sync_ident_add(collection_, text), PLERR_NoMemory);
+}
+
+#endif
 
 }  // namespace
