@@ -186,6 +186,15 @@ void insert_foreign(Shard& shard, Word word) {
   foreign_count(address_of(word)).fetch_add(1, std::memory_order_relaxed);
 }
 
+// Notes an object that validates though nobody added it, so that it is dead once its block is freed.
+// Without memory it stays unknown. Caller holds the lock of the shard.
+void learn_foreign(Shard& shard, Word address) noexcept {
+  try {
+    insert_foreign(shard, address | kForeignLive);
+  } catch (const std::bad_alloc&) {
+  }
+}
+
 // Caller holds the lock of the shard.
 void erase_foreign(Shard& shard, Word* slot) noexcept {
   foreign_count(address_of(*slot)).fetch_sub(1, std::memory_order_relaxed);
@@ -261,7 +270,9 @@ bool leave(const void* object, uint32_t magic) noexcept {
   Word* const slot = shard.table.find(address);
   if (slot == nullptr || state_of(*slot) != kOwn) return false;
   if (compare_magic(address, magic) != 0) return false;
-  shard.table.erase(slot);
+  // Callers may show it as a handle of another kind.
+  *slot = address | kForeignDead;
+  foreign_count(address).fetch_add(1, std::memory_order_relaxed);
   return true;
 }
 
@@ -316,7 +327,9 @@ uint32_t validate_foreign(const void* handle, uint32_t magic) noexcept {
   const std::lock_guard hold(shard.lock);
   const Word* const slot = shard.table.find(address);
   if (slot != nullptr && state_of(*slot) == kForeignDead) return TROVA_MANAGER_BAD_HANDLE;
-  return compare_magic(address, magic);
+  const uint32_t code = compare_magic(address, magic);
+  if (code == 0 && slot == nullptr) learn_foreign(shard, address);
+  return code;
 }
 
 void block_freed(const void* block, size_t size) noexcept {

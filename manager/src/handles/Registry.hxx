@@ -2,15 +2,16 @@
 //
 // Two kinds of object are told apart.
 //   - The manager's own (users, data objects, lists, ...): live from enter() to leave(), and
-//   nothing
-//     else validates. An address that is not entered is never read.
+//     nothing else validates. An address that is not entered is never read.
 //   - Foreign ones, which the playlist library adds through the handle manager's table: anything
-//     that carries the asked magic validates, unless its address is known to be dead.
+//     that carries the asked magic validates, unless its address is known to be dead, and is
+//     registered from then on.
 //
 // A foreign address is dead once it was removed, or once its block was freed while it was
-// registered. It comes back to life when it is added again or when the allocator hands out a block
-// that covers it. The dead are remembered without limit of time, one word each; there are at most
-// as many as addresses that once held a foreign object and were not handed out since.
+// registered; one of our own is dead to foreign eyes once it left. Either comes back to life when it
+// is added again or when the allocator hands out a block that covers it. The dead are remembered
+// without limit of time, one word each; there are at most as many as addresses that once held an
+// object and were not handed out since.
 //
 // Everything here is safe from any thread. The registry's own memory comes from malloc() and is not
 // counted, like the allocator's headers: what it remembers outlives the objects.
