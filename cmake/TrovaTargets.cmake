@@ -13,6 +13,11 @@ if(TROVA_SANITIZE)
   target_link_options(trova_common INTERFACE -fsanitize=${TROVA_SANITIZE})
 endif()
 
+# What libFuzzer watches: every branch of everything that the fuzzers link.
+if(TROVA_FUZZ)
+  target_compile_options(trova_common INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # The playlist and support libraries: C++17 without exceptions, RTTI or a C++ runtime. Results must
 # be the same on every target: signed arithmetic wraps, floating point is never contracted, and no
 # pointer is cast to a type of stricter alignment.
