@@ -25,6 +25,12 @@ std::string BracedNames(const std::vector<Element>& elements) {
   return names;
 }
 
+// Beside a number it would become a part of it, or make it another one.
+bool JoinsNumbers(char byte) {
+  return byte == '_' || byte == '-' || (byte >= '0' && byte <= '9') ||
+         (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
+}
+
 class BraceExpander {
  public:
   BraceExpander(std::string statement, NameLists& lists)
@@ -126,7 +132,10 @@ std::size_t ExpandedStatement::OriginalPlace(std::size_t place) const {
 void ExpandedStatement::Replace(std::size_t end, std::size_t next, std::uint32_t id) {
   text_.append(original_, copied_, end - copied_);
   const std::size_t begin = text_.size();
-  fmt::format_to(std::back_inserter(text_), "{}", id);
+  const bool joins_front = begin != 0 && JoinsNumbers(text_.back());
+  const bool joins_back = next < original_.size() && JoinsNumbers(original_[next]);
+  fmt::format_to(std::back_inserter(text_), "{}{}{}", joins_front ? " " : "", id,
+                 joins_back ? " " : "");
   replacements_.push_back({begin, text_.size(), end, next});
   copied_ = next;
 }
