@@ -264,8 +264,11 @@ class Program {
     const char* const name = bytes_.pick(kNames);
     trova_playlist_collection* handle = nullptr;
     const uint32_t code = call([&] { return trova_playlist_collection_create(name, &handle); });
-    if (settled(code)) return adopt(handle, name, {});
-    FUZZ_REQUIRE(handle == nullptr);
+    if (!settled(code)) return FUZZ_REQUIRE(handle == nullptr);
+    Content content;
+    // For want of memory it may lack an attribute.
+    content.certain = !faulted_;
+    adopt(handle, name, content);
   }
 
   void release_some_collection() {
