@@ -22,6 +22,13 @@ static constexpr uint32_t kLeastBlock = 256;
 static constexpr uint32_t kLargestBlock = 1024 * 1024;
 static constexpr uint32_t kFirstRoom = 4;
 
+// From so many chunks on they are found through a guide.
+static constexpr uint32_t kGuidedRoom = 32;
+static constexpr uint32_t kNearChunks = 4;
+static constexpr uint32_t kLeastPower = 8;
+static_assert(1u << kLeastPower == kLeastBlock, "the first bucket is as long as the first chunk");
+static constexpr uint32_t kBuckets = 1 + (32 - kLeastPower) * 8;
+
 // Entries that are first made room for when a text is indexed.
 static constexpr uint32_t kFirstEntries = 64;
 
@@ -53,7 +60,28 @@ struct Text {
 
   Chunk* chunks() { return reinterpret_cast<Chunk*>(this + 1); }
   const Chunk* chunks() const { return reinterpret_cast<const Chunk*>(this + 1); }
+
+  // Behind the chunks of a text with many of them: by bucket of ids, the last chunk that does not
+  // start behind the bucket's first id. A chunk that is added changes buckets behind all ids that
+  // anybody has, so it is read without the lock, too.
+  bool has_guide() const { return room >= kGuidedRoom; }
+  uint16_t* guide() { return reinterpret_cast<uint16_t*>(chunks() + room); }
+  const uint16_t* guide() const { return reinterpret_cast<const uint16_t*>(chunks() + room); }
 };
+
+// The bucket of an id: eight for each power of two. Chunks grow with the text up to a size, so few
+// of them start in one bucket until there are many megabytes.
+static uint32_t _vrel_stringtable_bucket(uint32_t id) {
+  if (id < kLeastBlock) return 0;
+  const auto power = static_cast<uint32_t>(31 - __builtin_clz(id));
+  return 1 + (power - kLeastPower) * 8 + ((id >> (power - 3)) & 7);
+}
+
+// The first id of a bucket.
+static uint32_t _vrel_stringtable_bucket_start(uint32_t bucket) {
+  if (bucket == 0) return 0;
+  return (8 + (bucket - 1) % 8) << (kLeastPower - 3 + (bucket - 1) / 8);
+}
 
 struct Hole {
   uint32_t offset;
@@ -104,6 +132,12 @@ static uint32_t _vrel_stringtable_text_length(const Text* text) {
 static uint32_t _vrel_stringtable_chunk_of(const Text* text, uint32_t id, uint32_t chunk_count) {
   const Chunk* chunks = text->chunks();
   uint32_t low = 0;
+  if (text->has_guide()) {
+    low = text->guide()[_vrel_stringtable_bucket(id)];
+    for (const uint32_t last = low + kNearChunks; low < last; ++low) {
+      if (low + 1 == chunk_count || chunks[low + 1].start > id) return low;
+    }
+  }
   uint32_t high = chunk_count - 1;
   if (chunks[high].start <= id) return high;
   while (high - low > 1) {
@@ -160,7 +194,9 @@ static char* _vrel_stringtable_block(vrel_stringtable* table, uint32_t capacity)
 
 // A version of the text with no chunks yet, which nobody else knows.
 static Text* _vrel_stringtable_text_create(vrel_stringtable* table, uint32_t room) {
-  Kept* kept = _vrel_stringtable_keep(table, sizeof(Text) + uint64_t{room} * sizeof(Chunk));
+  const uint32_t buckets = room >= kGuidedRoom ? kBuckets : 0;
+  Kept* kept = _vrel_stringtable_keep(
+      table, sizeof(Text) + uint64_t{room} * sizeof(Chunk) + buckets * sizeof(uint16_t));
   if (kept == nullptr) return nullptr;
   auto* text = reinterpret_cast<Text*>(kept);
   text->length.store(0, std::memory_order_relaxed);
@@ -169,9 +205,18 @@ static Text* _vrel_stringtable_text_create(vrel_stringtable* table, uint32_t roo
   return text;
 }
 
+// Lets the buckets from an id on know that a chunk starts there.
+static void _vrel_stringtable_guide_to(Text* text, uint32_t id, uint32_t number) {
+  if (!text->has_guide()) return;
+  uint32_t bucket = _vrel_stringtable_bucket(id);
+  if (_vrel_stringtable_bucket_start(bucket) < id) ++bucket;
+  for (; bucket < kBuckets; ++bucket) text->guide()[bucket] = static_cast<uint16_t>(number);
+}
+
 static void _vrel_stringtable_add_chunk(Text* text, Chunk chunk) {
   const uint32_t count = text->chunk_count.load(std::memory_order_relaxed);
   text->chunks()[count] = chunk;
+  _vrel_stringtable_guide_to(text, chunk.start, count);
   text->chunk_count.store(count + 1, std::memory_order_release);
 }
 
@@ -183,6 +228,9 @@ static Text* _vrel_stringtable_text_with_room(vrel_stringtable* table) {
   Text* text = _vrel_stringtable_text_create(table, count == 0 ? kFirstRoom : count * 2);
   if (text == nullptr || old == nullptr) return text;
   memcpy(text->chunks(), old->chunks(), count * sizeof(Chunk));
+  for (uint32_t i = 0; i < count; ++i) {
+    _vrel_stringtable_guide_to(text, text->chunks()[i].start, i);
+  }
   text->chunk_count.store(count, std::memory_order_relaxed);
   text->length.store(old->length.load(std::memory_order_relaxed), std::memory_order_relaxed);
   return text;
