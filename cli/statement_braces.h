@@ -21,8 +21,8 @@ class ExpandedStatement {
   // Where a place in text() stands in original(); inside of an id, the brace that opens its name.
   std::size_t OriginalPlace(std::size_t place) const;
 
-  // Appends original text up to `end`, then `id` for what stands between `end` and `next`, as a word
-  // of its own.
+  // Appends original text up to `end`, then `id` for what stands between `end` and `next`, as a
+  // word of its own.
   void Replace(std::size_t end, std::size_t next, std::uint32_t id);
   // Appends the rest of the original.
   void Finish() { text_.append(original_, copied_); }

@@ -50,8 +50,8 @@ bool playlist_column_find_text(ValueColumn* column, const vrel_stringtable* text
 // when there is no memory.
 bool playlist_column_start_answers(ValueColumn* column, const void* context, bool same);
 
-// Forgets the answers of all attributes: their contexts are about to go. With `columns` it gives the
-// columns up, too.
+// Forgets the answers of all attributes: their contexts are about to go. With `columns` it gives
+// the columns up, too.
 void playlist_columns_forget(Collection* collection, bool columns);
 
 // Null is accepted.

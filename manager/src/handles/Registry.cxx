@@ -186,8 +186,8 @@ void insert_foreign(Shard& shard, Word word) {
   foreign_count(address_of(word)).fetch_add(1, std::memory_order_relaxed);
 }
 
-// Notes an object that validates though nobody added it, so that it is dead once its block is freed.
-// Without memory it stays unknown. Caller holds the lock of the shard.
+// Notes an object that validates though nobody added it, so that it is dead once its block is
+// freed. Without memory it stays unknown. Caller holds the lock of the shard.
 void learn_foreign(Shard& shard, Word address) noexcept {
   try {
     insert_foreign(shard, address | kForeignLive);

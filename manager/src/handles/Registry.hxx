@@ -8,8 +8,8 @@
 //     registered from then on.
 //
 // A foreign address is dead once it was removed, or once its block was freed while it was
-// registered; one of our own is dead to foreign eyes once it left. Either comes back to life when it
-// is added again or when the allocator hands out a block that covers it. The dead are remembered
+// registered; one of our own is dead to foreign eyes once it left. Either comes back to life when
+// it is added again or when the allocator hands out a block that covers it. The dead are remembered
 // without limit of time, one word each; there are at most as many as addresses that once held an
 // object and were not handed out since.
 //

@@ -45,8 +45,8 @@ struct Tag {
   char text[24] = {};
 };
 
-// Guards what follows, and keeps lines of a descriptor whole. Lock order: last, as anything may log;
-// the application's callback is called without it.
+// Guards what follows, and keeps lines of a descriptor whole. Lock order: last, as anything may
+// log; the application's callback is called without it.
 constinit std::mutex g_lock;
 constinit Sink g_sink;
 constinit Tag g_tags[kPackages];

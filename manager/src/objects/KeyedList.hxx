@@ -18,8 +18,8 @@
 
 namespace trova {
 
-// What the lists of one object share. `lock` guards the arena and everything that writes. Lock order:
-// behind Record's lock of the tree; under it only memory is taken.
+// What the lists of one object share. `lock` guards the arena and everything that writes. Lock
+// order: behind Record's lock of the tree; under it only memory is taken.
 struct ListStorage {
   SpinLock lock;
   Arena arena;

@@ -55,8 +55,8 @@ namespace {
 constexpr size_t kMostFields = 100;
 
 // One lock for the file and for every handle: SQLite lets one thread at a time use a connection,
-// and a handle that is released by another thread is then stale and not half gone. Lock order: often
-// behind a collection's lock, before the registry of handles; errors are reported without it.
+// and a handle that is released by another thread is then stale and not half gone. Lock order:
+// often behind a collection's lock, before the registry of handles; errors are reported without it.
 constinit std::mutex g_lock;
 constinit StorageFile* g_file;  // owned; null while there is no service
 constinit uint64_t g_session;   // counts the files that were opened
