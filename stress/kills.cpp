@@ -18,6 +18,9 @@
 
 #include "cli_test_files.h"
 #include "cli_test_process.h"
+#include "name_lists.h"
+#include "scan.h"
+#include "store.h"
 
 namespace {
 
@@ -45,6 +48,33 @@ Microseconds TimeOf(const std::function<void()>& task) {
   const auto start = std::chrono::steady_clock::now();
   task();
   return std::chrono::duration_cast<Microseconds>(std::chrono::steady_clock::now() - start);
+}
+
+// What is run and killed; `start` answers the process.
+struct Task {
+  Words words;
+  std::function<pid_t()> start;
+};
+
+Task TaskOf(const Words& words) {
+  return {words, [words] {
+            const int err = OpenScratch();
+            const pid_t child = StartTrova(words, err);
+            close(err);
+            return child;
+          }};
+}
+
+// A scan that stores as often as it may, so that the end comes at any step of storing.
+[[noreturn]] void ScanInHaste(const std::string& store_path, const std::string& folder) {
+  trova_cli::Console console(OpenScratch());
+  trova_cli::Store store(store_path, trova_cli::StoreUse::kWrite, console);
+  const trova_cli::Store::Locked locked = store.Lock("Music");
+  trova_cli::NameLists lists;
+  trova_cli::Scan({.folder = folder, .collection = "Music", .yes = true, .patience = {}},
+                  store.catalogue(), locked.number, lists, console)
+      .Run();
+  _exit(0);
 }
 
 class Kills : public testing::Test {
@@ -99,19 +129,20 @@ class Kills : public testing::Test {
   }
 
   // @return whether it was killed before its end
-  bool RunAndKill(const Words& words, Microseconds usual) {
-    const int err = OpenScratch();
-    const pid_t child = StartTrova(words, err);
+  bool RunAndKill(const Task& task, Microseconds usual) {
+    const pid_t child = task.start();
     usleep(static_cast<useconds_t>(random_() % static_cast<uint64_t>(usual.count())));
     kill(child, SIGKILL);
-    close(err);
-    return ExitCodeOf(child) >= 1000;
+    const int code = ExitCodeOf(child);
+    EXPECT_TRUE(code == 0 || code == 1000 + SIGKILL) << code;
+    return code != 0;
   }
 
-  // Runs `words` each time that `change`, by turns, has made something for it to do, and kills it.
+  // Runs the task each time that `change`, by turns, has made something for it to do, and kills it.
   // `whole`: it stores all or nothing.
-  void Repeat(const Words& words, const std::string& collection, bool whole,
+  void Repeat(const Task& task, const std::string& collection, bool whole,
               const std::function<void(int)>& change) {
+    const Words& words = task.words;
     Run({"import", Table("other"), "--collection", "Other"});
     const Idents other = Held("Other");
     change(0);
@@ -127,7 +158,7 @@ class Kills : public testing::Test {
       SCOPED_TRACE("run " + std::to_string(runs));
       std::swap(old, fresh);
       change(runs);
-      killed += RunAndKill(words, usual);
+      killed += RunAndKill(task, usual);
       ASSERT_EQ(Integrity(), "ok");
       const Idents held = Held(collection);
       were_old += held == old;
@@ -160,17 +191,25 @@ class Kills : public testing::Test {
 TEST_F(Kills, of_storing_leave_the_old_collection_or_the_new_one) {
   const std::string tables[] = {Table("a"), Table("b")};
   const std::string table = folder_.Path("table.csv");
-  Repeat({"import", table, "--collection", "T"}, "T", true,
+  Repeat(TaskOf({"import", table, "--collection", "T"}), "T", true,
          [&](int i) { fs::copy_file(tables[i % 2], table, fs::copy_options::overwrite_existing); });
 }
 
 TEST_F(Kills, of_scans_leave_nothing_that_is_in_neither) {
   const std::string music = folder_.Path("music");
-  Repeat({"scan", music, "--yes"}, "Music", false, [&](int i) {
+  const Words words = {"scan", music, "--yes"};
+  const auto change = [&](int i) {
     fs::remove_all(music);
     fs::create_directory(music);
     Fill(music, i % 2 == 0 ? 0 : 20, i % 2 == 0 ? 20 : kTracks);
-  });
+  };
+  Repeat(TaskOf(words), "Music", false, change);
+  const auto in_haste = [&] {
+    const pid_t child = fork();
+    if (child == 0) ScanInHaste(store_, music);
+    return child;
+  };
+  Repeat({words, in_haste}, "Music", false, change);
 }
 
 // Some go, some come, and most stay.
@@ -179,7 +218,7 @@ TEST_F(Kills, of_synchronising_leave_nothing_that_is_in_neither) {
   const std::string music = folder_.Path("music");
   fs::create_directory(music);
   Fill(music, 2 * kSome, kTracks);
-  Repeat({"scan", music}, "Music", false, [&](int i) {
+  Repeat(TaskOf({"scan", music}), "Music", false, [&](int i) {
     const int gone = i % 2 == 0 ? kSome : 0;
     for (int n = gone; n < gone + kSome; ++n) {
       fs::remove(music + "/" + std::to_string(1000 + n) + ".flac");

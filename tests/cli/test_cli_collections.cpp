@@ -16,9 +16,6 @@
 
 #include "cli_test_files.h"
 #include "cli_test_process.h"
-#include "name_lists.h"
-#include "scan.h"
-#include "store.h"
 
 namespace {
 
@@ -270,40 +267,6 @@ TEST_F(test_cli_collections, an_interrupted_scan_goes_on_where_it_was) {
   EXPECT_TRUE(Has(rest.out, "2000 tracks; " + std::to_string(kFiles - kept) + " added"))
       << rest.out;
   EXPECT_EQ(Files().size(), static_cast<std::size_t>(kFiles));
-}
-
-// Stores as often as it may, so that the end comes at any step of storing.
-[[noreturn]] void ScanInHaste(const std::string& store_path, const std::string& folder) {
-  trova_cli::Console console(OpenScratch());
-  trova_cli::Store store(store_path, trova_cli::StoreUse::kWrite, console);
-  const trova_cli::Store::Locked locked = store.Lock("Music");
-  trova_cli::NameLists lists;
-  trova_cli::Scan({.folder = folder, .collection = "Music", .patience = {}}, store.catalogue(),
-                  locked.number, lists, console)
-      .Run();
-  _exit(0);
-}
-
-TEST_F(test_cli_collections, a_scan_that_is_killed_anywhere_leaves_nothing_wrong) {
-  constexpr int kFiles = 1000;
-  Fill(kFiles);
-  for (unsigned i = 0; i < 16; ++i) {
-    for (int j = 0; j < 20; ++j) {  // there is always something to add, to change and to remove
-      const std::string path = music_ + "/x" + std::to_string((i * 20 + 7 * j) % 500) + ".flac";
-      if (!fs::remove(path)) fs::copy_file(music_ + "/x999.flac", path);
-    }
-    const pid_t child = fork();
-    if (child == 0) ScanInHaste(store_, music_);
-    usleep(3'000 + 9'000 * i);
-    kill(child, SIGKILL);
-    ExitCodeOf(child);
-  }
-  EXPECT_EQ(Scan().code, 0);
-  Words there;
-  for (const auto& file : fs::directory_iterator(music_)) there.push_back(file.path().filename());
-  std::sort(there.begin(), there.end());
-  EXPECT_EQ(Files(), there);
-  EXPECT_TRUE(Has(Scan().out, " 0 files read, " + std::to_string(there.size()) + " as before"));
 }
 
 TEST_F(test_cli_collections, several_processes_share_one_file) {

@@ -90,6 +90,7 @@ uint32_t start(const trova_manager_options* options, ManagerHandle** out_manager
   if (out_manager == nullptr) return TROVA_MANAGER_INVALID_ARG;
   if (options != nullptr && options->size < sizeof options->size) return TROVA_MANAGER_INVALID_ARG;
   const std::lock_guard hold(g_lock);
+  if (g_starts.load() == UINT32_MAX) return TROVA_MANAGER_INTERNAL;
   if (!manager_runs()) apply(known_options(options));
   g_starts.fetch_add(1);
   *out_manager = &g_handle;
