@@ -59,6 +59,7 @@ std::optional<uint32_t> StringTable::find(const std::string& text) const {
 
 void StringTable::blank(uint32_t id) {
   const size_t length = get(id).size();
+  if (length == 0) return;
   blanked_.emplace(id, length);
   buffer_.replace(id, length, length, '\0');
 }
