@@ -41,9 +41,12 @@ int seconds() {
   return text == nullptr ? kDefaultSeconds : std::atoi(text);
 }
 
-// Numbers of one length never meet another's hash.
+// Long enough for a text of many blocks. Numbers of one length never meet another's hash.
+const std::string kTail = "/an album/and a title as long as they are";
+constexpr size_t kDigits = 6;
+
 std::string ident_of(uint32_t number) {
-  return std::to_string(100'000 + number);
+  return std::to_string(100'000 + number) + kTail;
 }
 
 // A borrowed ident, which another thread may be removing, and so writing to.
@@ -90,7 +93,7 @@ class Worker {
   uint32_t first_number() const { return static_cast<uint32_t>(number_) * kOwnIdents; }
   std::string some_ident() { return ident_of(first_number() + below(kOwnIdents)); }
   bool is_mine(const std::string& ident) const {
-    if (ident.size() != 6) return false;
+    if (ident.size() != kDigits + kTail.size()) return false;
     const auto number = static_cast<uint32_t>(std::stoul(ident)) - 100'000;
     return number >= first_number() && number < first_number() + kOwnIdents;
   }
@@ -104,7 +107,7 @@ class Worker {
   }
 
   void put(const std::string& ident, uint32_t genre) {
-    trova_gdo* const data = make_data(genre, "artist " + ident.substr(4));
+    trova_gdo* const data = make_data(genre, "artist " + ident.substr(4, 2));
     EXPECT_EQ(trova_playlist_collection_ident_add(collection_, ident.c_str(), data), 0u);
     EXPECT_EQ(trova_manager_gdo_release(data), 0u);
   }
@@ -236,7 +239,6 @@ class Worker {
     ASSERT_EQ(trova_playlist_collection_serialize(collection_, bytes.data(), &size), 0u);
     Collection* copy = nullptr;
     ASSERT_EQ(trova_playlist_collection_deserialize(bytes.data(), size, &copy), 0u);
-    // Unknown to the handle manager: only its release may ask for nothing but the bytes.
     EXPECT_EQ(trova_playlist_collection_release(copy), 0u);
   }
 

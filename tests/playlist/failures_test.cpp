@@ -329,20 +329,19 @@ const Call kCalls[] = {
      }},
     {"trova_playlist_collection_ident_get_gdo",
      [](World& w) {
-       uint32_t code = 0;
-       if (w.object == nullptr) {
-         code = trova_playlist_collection_ident_get_gdo(w.collection, "t3", &w.object);
-       }
+       trova_gdo* object = nullptr;
+       uint32_t code = trova_playlist_collection_ident_get_gdo(w.collection, "t3", &object);
        if (code != 0) return code;
        void* view = nullptr;
-       const trova_gdo_operations& reads = mock().operations(w.object, &view);
+       const trova_gdo_operations& reads = mock().operations(object, &view);
        const char* read = nullptr;
        for (const char* key : {"QX_Genre", kGenreKey, "qx_a"}) {
          if (code == 0) code = reads.get_value(view, key, 1, &read);
        }
-       return w.number = code == 0 ? 1 : 77, code;
+       (void)mock().objects().gdo_release(object);
+       return code;
      },
-     false, Touches::kAll},
+     false},
     {"trova_playlist_collection_serialize_size",
      [](World& w) { return trova_playlist_collection_serialize_size(w.collection, &w.number); }},
     {"trova_playlist_collection_serialize",
