@@ -340,8 +340,7 @@ const Call kCalls[] = {
        }
        (void)mock().objects().gdo_release(object);
        return code;
-     },
-     false},
+     }},
     {"trova_playlist_collection_serialize_size",
      [](World& w) { return trova_playlist_collection_serialize_size(w.collection, &w.number); }},
     {"trova_playlist_collection_serialize",
