@@ -73,9 +73,8 @@ void require_places(const trova_cli::ExpandedStatement& expanded,
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const trova_cli::Engine& engine = *new trova_cli::Engine;
-  static trova_cli::NameLists& lists = *new trova_cli::NameLists;
-  (void)engine;
+  static const trova_cli::Engine engine;
+  static trova_cli::NameLists lists;
   const std::string statement(reinterpret_cast<const char*>(data), size);
   const std::vector<Token> tokens = tokens_of(statement);
   bool has_braces = false;

@@ -429,9 +429,10 @@ TEST_F(test_cli_collections, a_folder_that_must_not_be_written_keeps_what_it_has
   const std::string known = Known("Music");
   fs::permissions(folder_.Path(""), fs::perms(0755));
   const uid_t user = geteuid();
-  ASSERT_EQ(seteuid(user == 0 ? 65534 : user), 0);  // the superuser may write everywhere
+  const uid_t other = user == 0 ? 65534 : user;  // the superuser may write everywhere
+  ASSERT_EQ(setresuid(other, other, user), 0);
   const RunResult result = Scan();
-  ASSERT_EQ(seteuid(user), 0);
+  ASSERT_EQ(setresuid(user, user, user), 0);
   EXPECT_EQ(result.code, user == 0 ? 2 : 0);
   EXPECT_TRUE(user != 0 || Has(result.err, "must not be written: " + store_)) << result.err;
   EXPECT_TRUE(Content(store_) == before);
