@@ -84,7 +84,6 @@ class BraceExpander {
   std::uint32_t IdInAnyList(const Token& token, std::string_view name) {
     std::uint32_t id = 0;
     std::string found_in;
-    std::vector<Element> nearest;
     for (const ListInfo& info : kListInfos) {
       if (const auto element = lists_.Find(info.kind, name)) {
         if (!found_in.empty()) {
@@ -95,11 +94,18 @@ class BraceExpander {
         found_in = info.name;
         id = element->id;
       }
+    }
+    if (found_in.empty()) FailUnknown(token, name, "any list", NearestInAnyList(name));
+    return id;
+  }
+
+  std::vector<Element> NearestInAnyList(std::string_view name) {
+    std::vector<Element> nearest;
+    for (const ListInfo& info : kListInfos) {
       const std::vector<Element> near = lists_.Nearest(info.kind, name, 1);
       nearest.insert(nearest.end(), near.begin(), near.end());
     }
-    if (found_in.empty()) FailUnknown(token, name, "any list", nearest);
-    return id;
+    return nearest;
   }
 
   [[noreturn]] void FailUnknown(const Token& token, std::string_view name, std::string_view where,

@@ -88,6 +88,24 @@ TEST_F(HandlesTest, AddressThatIsHandedOutAgainIsNew) {
   if (again != object) GTEST_SKIP() << "the system did not hand the address out again";
   EXPECT_EQ(validate(again), 0u);
   vrel_memory_free(again);
+  EXPECT_EQ(validate(again), TROVA_MANAGER_BAD_HANDLE);
+}
+
+// The handle of a small object is stale for longer than one use of its memory by somebody else.
+TEST_F(HandlesTest, AddressThatHeldSomethingElseIsDeadOnceThatIsFreed) {
+  uint32_t* const object = make_object(256);
+  table->handle_add(object);
+  vrel_memory_free(object);
+  std::vector<uint32_t*> others(1000);
+  for (uint32_t*& other : others) {
+    other = make_object(256);
+    *other = ~kMagic;
+  }
+  for (uint32_t*& other : others) {
+    EXPECT_EQ(validate(object), TROVA_MANAGER_BAD_HANDLE);
+    vrel_memory_free(other);
+  }
+  EXPECT_EQ(validate(object), TROVA_MANAGER_BAD_HANDLE);
 }
 
 // A block of words, each of which may be an object, and what the test knows of them.

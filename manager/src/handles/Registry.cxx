@@ -18,8 +18,9 @@ namespace {
 
 // A registered address and its state, which takes the two low bits that alignment leaves free.
 using Word = uintptr_t;
+constexpr Word kForeignCovered = 0;  // by a block that was handed out since: no object is known
 constexpr Word kForeignLive = 1;
-constexpr Word kForeignDead = 2;
+constexpr Word kForeignDead = 2;  // not to be read
 constexpr Word kOwn = 3;
 constexpr Word kStateMask = 3;
 
@@ -187,8 +188,13 @@ void insert_foreign(Shard& shard, Word word) {
 }
 
 // Notes an object that validates though nobody added it, so that it is dead once its block is
-// freed. Without memory it stays unknown. Caller holds the lock of the shard.
-void learn_foreign(Shard& shard, Word address) noexcept {
+// freed. Without memory it stays unknown.
+// @param slot  of the address, or null; the caller holds the lock of the shard
+void learn_foreign(Shard& shard, Word* slot, Word address) noexcept {
+  if (slot != nullptr) {
+    *slot = address | kForeignLive;
+    return;
+  }
   try {
     insert_foreign(shard, address | kForeignLive);
   } catch (const std::bad_alloc&) {
@@ -218,7 +224,7 @@ struct Range {
   Word begin;
   size_t size;
 
-  bool holds_foreign(Word word) const {
+  bool covers_foreign(Word word) const {
     return state_of(word) != kOwn && address_of(word) - begin < size;
   }
 };
@@ -226,26 +232,19 @@ struct Range {
 bool holds_foreign(Word region, const Range& range) noexcept {
   Shard& shard = shard_of(region);
   const std::lock_guard hold(shard.lock);
-  const auto is_held = [&](const Word& word) { return range.holds_foreign(word); };
+  const auto is_held = [&](Word word) {
+    return range.covers_foreign(word) && state_of(word) != kForeignCovered;
+  };
   return shard.table.visit_region(region, is_held) != nullptr;
 }
 
-void mark_dead(Word region, const Range& range) noexcept {
+void set_state(Word region, const Range& range, Word state) noexcept {
   Shard& shard = shard_of(region);
   const std::lock_guard hold(shard.lock);
   shard.table.visit_region(region, [&](Word& word) {
-    if (range.holds_foreign(word)) word = address_of(word) | kForeignDead;
+    if (range.covers_foreign(word)) word = address_of(word) | state;
     return false;
   });
-}
-
-void forget(Word region, const Range& range) noexcept {
-  Shard& shard = shard_of(region);
-  const std::lock_guard hold(shard.lock);
-  const auto is_due = [&](const Word& word) { return range.holds_foreign(word); };
-  while (Word* const slot = shard.table.visit_region(region, is_due)) {
-    erase_foreign(shard, slot);
-  }
 }
 
 // Caller holds the lock of the shard: nobody frees a registered object while it is read.
@@ -294,7 +293,7 @@ uint32_t add_foreign(const void* object) {
   Word* const slot = shard.table.find(address);
   if (slot == nullptr) {
     insert_foreign(shard, address | kForeignLive);
-  } else if (state_of(*slot) == kForeignDead) {
+  } else if (state_of(*slot) != kOwn) {
     *slot = address | kForeignLive;
   }
   return 0;
@@ -308,7 +307,7 @@ uint32_t remove_foreign(const void* object) noexcept {
   const std::lock_guard hold(shard.lock);
   Word* const slot = shard.table.find(address);
   if (slot != nullptr) {
-    if (state_of(*slot) == kForeignLive) *slot = address | kForeignDead;
+    if (state_of(*slot) != kOwn) *slot = address | kForeignDead;
     return 0;
   }
   try {
@@ -325,21 +324,24 @@ uint32_t validate_foreign(const void* handle, uint32_t magic) noexcept {
   const Word address = address_of(handle);
   Shard& shard = shard_of(address);
   const std::lock_guard hold(shard.lock);
-  const Word* const slot = shard.table.find(address);
+  Word* const slot = shard.table.find(address);
   if (slot != nullptr && state_of(*slot) == kForeignDead) return TROVA_MANAGER_BAD_HANDLE;
   const uint32_t code = compare_magic(address, magic);
-  if (code == 0 && slot == nullptr) learn_foreign(shard, address);
+  const bool is_known = slot != nullptr && state_of(*slot) != kForeignCovered;
+  if (code == 0 && !is_known) learn_foreign(shard, slot, address);
   return code;
 }
 
 void block_freed(const void* block, size_t size) noexcept {
   const Range range = {address_of(block), size};
-  for_each_foreign_region(block, size, [&](Word region) { mark_dead(region, range); });
+  for_each_foreign_region(block, size,
+                          [&](Word region) { set_state(region, range, kForeignDead); });
 }
 
 void block_allocated(const void* block, size_t size) noexcept {
   const Range range = {address_of(block), size};
-  for_each_foreign_region(block, size, [&](Word region) { forget(region, range); });
+  for_each_foreign_region(block, size,
+                          [&](Word region) { set_state(region, range, kForeignCovered); });
 }
 
 bool block_holds_foreign(const void* block, size_t size) noexcept {

@@ -9,9 +9,9 @@
 //
 // A foreign address is dead once it was removed, or once its block was freed while it was
 // registered; one of our own is dead to foreign eyes once it left. Either comes back to life when
-// it is added again or when the allocator hands out a block that covers it. The dead are remembered
-// without limit of time, one word each; there are at most as many as addresses that once held an
-// object and were not handed out since.
+// it is added again. When the allocator hands out a block that covers it, its magic may be read
+// again, until that block is freed. Foreign addresses are remembered without limit of time, one
+// word each: there are at most as many as addresses that once held an object.
 //
 // Everything here is safe from any thread. The registry's own memory comes from malloc() and is not
 // counted, like the allocator's headers: what it remembers outlives the objects.
@@ -48,13 +48,13 @@ uint32_t validate_foreign(const void* handle, uint32_t magic) noexcept;
 
 // ---- What the allocator tells. This costs a few nanoseconds where no foreign object was.
 
-// Before a block is given back to the system: foreign objects in it are dead from now on.
+// Before a block is given back to the system: foreign addresses in it are dead from now on.
 void block_freed(const void* block, size_t size) noexcept;
 
 // After a block came from the system: what is in it is new.
 void block_allocated(const void* block, size_t size) noexcept;
 
-// @return true when foreign objects, live or dead, are in the block
+// @return true when foreign objects, live or dead, were in the block since it was allocated
 bool block_holds_foreign(const void* block, size_t size) noexcept;
 
 }  // namespace trova::handles

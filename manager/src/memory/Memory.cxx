@@ -139,8 +139,10 @@ void* reallocate(void* block, size_t size) {
     return reallocate_by_copy(block, old_size, size);
   const size_t growth = size > old_size ? size - old_size : 0;
   if (size > kLargestBlock || (growth != 0 && !charge(growth))) return refuse();
+  handles::block_freed(block, old_size);
   Header* const moved = static_cast<Header*>(std::realloc(header, sizeof(Header) + size));
   if (moved == nullptr) {
+    handles::block_allocated(block, old_size);
     uncharge(growth);
     return refuse();
   }
