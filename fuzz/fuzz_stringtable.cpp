@@ -1,6 +1,6 @@
 // fuzz_stringtable: the input is a text that a table takes over, and then what is done to the
-// table: strings are added, found, removed and restored, ids are read that start no string, and
-// allocations fail.
+// table: strings are added one by one and in bulk, found, removed and restored, ids are read that
+// start no string, and allocations fail.
 //
 // Every answer is that of a table that is written as plainly as possible (model/model.h).
 #include <map>
@@ -17,6 +17,7 @@ using trova_mock::mock;
 namespace {
 
 constexpr int kMostChanges = 60;
+constexpr int kMostBulks = 4;  // of many strings at once: the model is slow
 
 class Pair {
  public:
@@ -34,7 +35,10 @@ class Pair {
   }
 
   void change(FuzzBytes* bytes) {
-    switch (bytes->below(8)) {
+    const uint32_t what = bytes->byte();
+    if (what >= 248) return read_buffer();
+    if (what >= 240) return add_many(bytes->text(4), 4 * bytes->byte(), bytes->byte());
+    switch (what % 8) {
       case 0:
       case 1:
         return add(bytes->text(20));
@@ -95,6 +99,19 @@ class Pair {
     compare();
   }
 
+  // Strings that differ in their numbers only, of a length that makes pages of the index or chunks
+  // of the text.
+  void add_many(const std::string& pattern, uint32_t count, uint32_t padding) {
+    if (++bulks_ > kMostBulks) return;
+    for (uint32_t i = 0; i < count; ++i) {
+      const std::string string = pattern + std::to_string(i) + std::string(padding, '.');
+      uint32_t id = 0;
+      FUZZ_REQUIRE(vrel_stringtable_add_value(table_, string.c_str(), &id) == 0);
+      FUZZ_REQUIRE(id == model_.add(string));
+    }
+    compare();
+  }
+
   void add_without_memory(const std::string& string, uint32_t n) {
     if (string.empty()) return;
     uint32_t id = 0;
@@ -104,6 +121,14 @@ class Pair {
     mock().clear_faults();
     FUZZ_REQUIRE(code == 0 || failed);
     if (code == 0) FUZZ_REQUIRE(id == model_.add(string));
+    compare();
+  }
+
+  void read_buffer() {
+    const char* text = nullptr;
+    uint32_t length = 0;
+    FUZZ_REQUIRE(vrel_stringtable_get_buffer(table_, &text, &length) == 0);
+    FUZZ_REQUIRE(std::string(text == nullptr ? "" : text, length) == model_.buffer());
     compare();
   }
 
@@ -147,6 +172,7 @@ class Pair {
 
   vrel_stringtable* table_ = nullptr;
   model::StringTable model_;
+  int bulks_ = 0;
 };
 
 void start() {
