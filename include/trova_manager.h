@@ -233,7 +233,7 @@ TROVA_MANAGER_API uint32_t trova_manager_gdo_create(const char* context, trova_g
 /*
  * Takes one more reference, which is given back with trova_manager_gdo_release().
  * @param object  live handle
- * @return 0
+ * @return 0; TROVA_MANAGER_NO_MEMORY from 2,147,483,648 references on
  */
 TROVA_MANAGER_API uint32_t trova_manager_gdo_addref(trova_gdo* object);
 

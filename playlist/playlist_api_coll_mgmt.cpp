@@ -167,7 +167,14 @@ uint32_t playlist_collection_attrinfo_at(Collection* collection, uint32_t index,
 uint32_t playlist_collection_intern_ident(Collection* collection, const char* ident,
                                           uint32_t* out_id) {
   uint32_t id = 0;
-  PL_TRY(vrel_stringtable_add_value(collection->idents, ident, &id));
+  uint32_t length = 0;
+  PL_TRY(vrel_stringtable_length(collection->idents, &length));
+  if (length > kMostIdentText) {
+    const bool is_known = vrel_stringtable_get_value_ref(collection->idents, ident, &id) == 0;
+    if (!is_known) return VREL_LOG_HERE(PLERR_NoMemory);
+  } else {
+    PL_TRY(vrel_stringtable_add_value(collection->idents, ident, &id));
+  }
   PL_TRY(playlist_collection_revive_ident(collection, id, ident));
   *out_id = id;
   return 0;

@@ -46,8 +46,7 @@ struct Listener {
   }
 };
 
-// The difference is taken as signed, so this is the ascending order as long as no two ids are 2 GiB
-// of text apart.
+// The difference is taken as signed: the ascending order of ids up to kMostIdentText.
 int32_t compare_ids(const void* a, const void* b, uint32_t /*size*/) {
   return static_cast<int32_t>(*static_cast<const uint32_t*>(a) - *static_cast<const uint32_t*>(b));
 }

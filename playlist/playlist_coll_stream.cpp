@@ -366,10 +366,11 @@ uint32_t read_header(Reading* reading) {
   return reading->collection->name != nullptr ? 0 : PLERR_NoMemory;
 }
 
-uint32_t read_strings(Reading* reading, uint32_t length, vrel_stringtable* table) {
+uint32_t read_strings(Reading* reading, uint32_t length, uint32_t most, vrel_stringtable* table) {
   if (length == 0) return 0;
   Raw text = {};
   PL_TRY(reading->reader.raw(length, &text));
+  if (text.length > most) return PLERR_NoMemory;
   return vrel_stringtable_attach_buffer(table, text.bytes, text.length);
 }
 
@@ -466,8 +467,9 @@ uint32_t read_section(Reading* reading, const SectionStart& start) {
   if (is_header) return read_header(reading);
   if (start.marker == kMarkerAttribute) return read_attribute(reading, start.length);
   Collection* const collection = reading->collection.get();
-  return read_strings(reading, start.length,
-                      start.marker == kMarkerIdents ? collection->idents : collection->values);
+  return start.marker == kMarkerIdents
+             ? read_strings(reading, start.length, kMostIdentText, collection->idents)
+             : read_strings(reading, start.length, UINT32_MAX, collection->values);
 }
 
 // An input without any section is no collection.

@@ -131,6 +131,11 @@ uint32_t playlist_collection_attrinfo_at(Collection* collection, uint32_t index,
 // Blanks an ident and deletes all its value entries.
 uint32_t playlist_collection_remove_ident(Collection* collection, const char* ident);
 
+// How long the text of all idents may be before no ident is added to it. Playlists and
+// synchronising order ids by a difference that is taken as signed, which is right for ids below
+// 2^31.
+constexpr uint32_t kMostIdentText = INT32_MAX;
+
 // Interns an ident, and gives a removed one its text back.
 uint32_t playlist_collection_intern_ident(Collection* collection, const char* ident,
                                           uint32_t* out_id);

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "playlist_array.h"
 #include "playlist_owner.h"
 #include "vrel_memory.h"
 #include "vrel_string.h"
@@ -12,14 +13,6 @@ namespace {
 using ColumnOwner = PlaylistOwner<ValueColumn, playlist_column_delete>;
 
 constexpr uint32_t kFirstSlotBits = 8;
-
-// Null when there is no memory, or no address for so much.
-template <typename T>
-T* allocate(uint64_t count) {
-  const uint64_t bytes = count * sizeof(T);
-  if (bytes > UINT32_MAX) return nullptr;
-  return static_cast<T*>(vrel_memory_calloc(static_cast<size_t>(count), sizeof(T)));
-}
 
 template <typename T>
 void release(T* block) {
@@ -57,7 +50,7 @@ class SlotTable {
   bool make(uint32_t bits) {
     bits_ = bits;
     slots_.reset();
-    *slots_.out() = allocate<Slot>(uint64_t{1} << bits);
+    *slots_.out() = playlist_array_of_zeros<Slot>(uint64_t{1} << bits);
     return static_cast<bool>(slots_);
   }
 
@@ -91,7 +84,7 @@ class SlotTable {
 
 bool number_values(ValueColumn* column) {
   SlotTable table;
-  column->values = allocate<uint32_t>(column->entry_count);
+  column->values = playlist_array_of_zeros<uint32_t>(column->entry_count);
   if (column->values == nullptr || !table.start()) return false;
   for (uint32_t i = 0; i < column->entry_count; ++i) {
     column->values[i] = table.number_of(column->entries[i]);
@@ -102,8 +95,8 @@ bool number_values(ValueColumn* column) {
 }
 
 bool group_positions(ValueColumn* column) {
-  column->starts = allocate<uint32_t>(uint64_t{column->value_count} + 1);
-  column->positions = allocate<uint32_t>(column->entry_count);
+  column->starts = playlist_array_of_zeros<uint32_t>(uint64_t{column->value_count} + 1);
+  column->positions = playlist_array_of_zeros<uint32_t>(column->entry_count);
   if (column->starts == nullptr || column->positions == nullptr) return false;
   uint32_t* const starts = column->starts;
   for (uint32_t i = 0; i < column->entry_count; ++i) ++starts[column->values[i] + 1];
@@ -123,7 +116,7 @@ ValueColumn* build(AttributeInfo* info) {
   uint32_t entry_size = 0;
   if (vrel_vector2_get_buffer(info->values, &data, &bytes, &entry_size) != 0) return nullptr;
   if (bytes == 0) return nullptr;
-  ColumnOwner column(allocate<ValueColumn>(1));
+  ColumnOwner column(playlist_array_of_zeros<ValueColumn>(1));
   if (!column) return nullptr;
   column->entries = static_cast<const ValueEntry*>(data);
   column->entry_count = bytes / entry_size;
@@ -151,7 +144,7 @@ const char* text_of(const ValueColumn& column, const vrel_stringtable* texts, ui
 bool index_texts(ValueColumn* column, const vrel_stringtable* texts) {
   uint32_t size = 4;
   while (size / 2 < column->value_count) size *= 2;
-  PlaylistOwner<uint32_t, release<uint32_t>> table(allocate<uint32_t>(size));
+  PlaylistOwner<uint32_t, release<uint32_t>> table(playlist_array_of_zeros<uint32_t>(size));
   if (!table) return false;
   for (uint32_t value = 0; value < column->value_count; ++value) {
     const char* const text = text_of(*column, texts, value);
@@ -189,7 +182,8 @@ bool playlist_column_find_text(ValueColumn* column, const vrel_stringtable* text
 bool playlist_column_start_answers(ValueColumn* column, const void* context, bool same) {
   ColumnAnswers* const answers = &column->answers;
   if (same || answers->context == context) return true;
-  if (answers->scores == nullptr) answers->scores = allocate<int32_t>(column->value_count);
+  if (answers->scores == nullptr)
+    answers->scores = playlist_array_of_zeros<int32_t>(column->value_count);
   if (answers->scores == nullptr) return false;
   for (uint32_t i = 0; i < column->value_count; ++i) answers->scores[i] = kScoreUnknown;
   answers->context = context;

@@ -7,6 +7,7 @@
 
 #include <cstring>
 
+#include "playlist_array.h"
 #include "playlist_column.h"
 #include "playlist_error.h"
 #include "playlist_score_cache.h"
@@ -23,13 +24,6 @@ constexpr uint32_t kSteps = 4;
 
 // How many entries are handed to a playlist at a time.
 constexpr uint32_t kBatch = 32;
-
-template <typename T>
-T* allocate(uint64_t count) {
-  const uint64_t bytes = count * sizeof(T);
-  if (bytes > UINT32_MAX) return nullptr;
-  return static_cast<T*>(vrel_memory_alloc(static_cast<size_t>(bytes)));
-}
 
 // One comparison and the values that it is asked about.
 struct Question {
@@ -346,8 +340,8 @@ void reverse(uint32_t* numbers, uint32_t count) {
 // Sorts the idents, and tells which entry each is of.
 bool sort_idents(EntryOrder* order) {
   const uint32_t count = order->count;
-  auto* const keys = allocate<uint64_t>(uint64_t{count} * 2);
-  order->entries = allocate<uint32_t>(count);
+  auto* const keys = playlist_array<uint64_t>(uint64_t{count} * 2);
+  order->entries = playlist_array<uint32_t>(count);
   if (keys != nullptr && order->entries != nullptr) {
     for (uint32_t i = 0; i < count; ++i) keys[i] = uint64_t{order->idents[i]} << 32 | i;
     vrel_utils_qsort_keys(keys, count, count, true, keys + count);
@@ -371,7 +365,7 @@ void free_order(EntryOrder* order) {
 bool make_order(const Results* results, EntryOrder* order) {
   if (order->idents != nullptr) return true;
   *order = {playlist_results_count(results), nullptr, nullptr, false};
-  order->idents = allocate<uint32_t>(order->count);
+  order->idents = playlist_array<uint32_t>(order->count);
   if (order->idents == nullptr) return false;
   bool done = true;
   if (!read_idents(results, order->idents, &order->reversed)) {
@@ -465,7 +459,7 @@ uint32_t playlist_pdl_scores_create(Results* results, PdlScores** out_scores) {
   if (scores == nullptr) return PLERR_NoMemory;
   scores->results = results;
   scores->count = playlist_results_count(results);
-  if (scores->count != 0) scores->scores = allocate<int32_t>(scores->count);
+  if (scores->count != 0) scores->scores = playlist_array<int32_t>(scores->count);
   if (scores->count != 0 && scores->scores == nullptr) {
     vrel_memory_free(scores);
     return PLERR_NoMemory;

@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -118,34 +119,79 @@ TEST_F(ScaleTest, parentheses_nest_a_thousand_deep_and_no_deeper) {
 
 #if SIZE_MAX > UINT32_MAX && !defined(__SANITIZE_THREAD__)
 
-// A text of 4 GiB and four bytes: who counts it in 32 bits takes it for one of four. One block is
-// mapped over and over, so that it takes no memory.
+// A text of some GiB and four bytes: who counts one of 4 GiB in 32 bits takes it for one of four.
+// One block is mapped over and over, so that it takes no memory.
 class LongText {
  public:
-  LongText() {
+  explicit LongText(size_t gib = 4) : length_(gib << 30) {
     const std::string block(kBlock, 'x');
     const int file = memfd_create("text", 0);
     EXPECT_EQ(write(file, block.data(), kBlock), static_cast<ssize_t>(kBlock));
-    text_ = mmap(nullptr, kLength + kBlock, PROT_READ | PROT_WRITE,
+    text_ = mmap(nullptr, length_ + kBlock, PROT_READ | PROT_WRITE,
                  MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     auto* const text = static_cast<char*>(text_);
-    for (size_t at = 0; at < kLength; at += kBlock) {
+    for (size_t at = 0; at < length_; at += kBlock) {
       mmap(text + at, kBlock, PROT_READ, MAP_PRIVATE | MAP_FIXED, file, 0);
     }
-    memcpy(text + kLength, "xxxx", 5);
+    memcpy(text + length_, "xxxx", 5);
     close(file);
   }
-  ~LongText() { munmap(text_, kLength + kBlock); }
+  ~LongText() { munmap(text_, length_ + kBlock); }
   LongText(const LongText&) = delete;
   LongText& operator=(const LongText&) = delete;
 
   operator const char*() const { return static_cast<const char*>(text_); }
 
  private:
-  static constexpr size_t kLength = size_t{1} << 32;
   static constexpr size_t kBlock = 16 << 20;
+  size_t length_;
   void* text_;
 };
+
+// An attribute whose values are the text that is at hand, which one is told.
+const char* g_captured = nullptr;
+uint32_t g_captured_code = 0;
+
+trova_playlist_attribute_provider provider_of_captured() {
+  trova_playlist_attribute_provider provider = {};
+  provider.get_name = [](const char** out_name) -> uint32_t {
+    *out_name = "captured";
+    return 0;
+  };
+  provider.enum_operators = [](uint32_t, uint32_t*) -> uint32_t { return 1; };
+  provider.capture = [](void* writer, trova_gdo*,
+                        const trova_playlist_capture_callbacks* callbacks) -> uint32_t {
+    g_captured_code = callbacks->set_string(writer, g_captured);
+    return 0;
+  };
+  provider.create_context = [](void**) -> uint32_t { return PLERR_Unsupported; };
+  return provider;
+}
+
+TEST_F(ScaleTest, a_value_that_32_bits_cannot_count_is_not_held) {
+  const LongText text;
+  const trova_playlist_attribute_provider provider = provider_of_captured();
+  ASSERT_EQ(trova_playlist_register_attribute_provider(&provider), 0u);
+  trova_playlist_collection* collection = nullptr;
+  ASSERT_EQ(trova_playlist_collection_create("captured", &collection), 0u);
+  trova_gdo* track = nullptr;
+  ASSERT_EQ(trova_manager_gdo_create(TROVA_CTX_TRACK, &track), 0u);
+  struct {
+    const char* captured;
+    uint32_t code;
+    uint8_t exists;
+  } const cases[] = {{"short", 0, 1}, {text, 0x900d0002, 0}, {"xxx", 0, 1}};
+  for (const auto& [captured, code, exists] : cases) {
+    g_captured = captured;
+    EXPECT_EQ(trova_playlist_collection_ident_add(collection, captured, track), 0u);
+    EXPECT_EQ(g_captured_code, code);
+    uint8_t exists_now = 77;
+    EXPECT_EQ(trova_playlist_collection_ident_exists(collection, captured, &exists_now), 0u);
+    EXPECT_EQ(exists_now, exists);
+  }
+  trova_manager_gdo_release(track);
+  EXPECT_EQ(trova_playlist_collection_release(collection), 0u);
+}
 
 TEST_F(ScaleTest, texts_that_32_bits_cannot_count_are_refused) {
   fill(1);
@@ -166,6 +212,28 @@ TEST_F(ScaleTest, texts_that_32_bits_cannot_count_are_refused) {
   EXPECT_EQ(trova_playlist_collection_ident_count(collection_, &count), 0u);
   EXPECT_EQ(count, 1u);
   EXPECT_EQ(trova_playlist_collection_sync_ident_add(collection_, text), PLERR_NoMemory);
+}
+
+// Takes 4 GiB of memory, so only where that was said to be there.
+TEST_F(ScaleTest, idents_end_where_32_bits_cannot_order_them) {
+  if (getenv("TROVA_TEST_GIB") == nullptr) GTEST_SKIP() << "TROVA_TEST_GIB is not set";
+  fill(1);
+  const LongText text(2);
+  trova_gdo* track = nullptr;
+  ASSERT_EQ(trova_manager_gdo_create(TROVA_CTX_TRACK, &track), 0u);
+  trova_manager_gdo_add_number(track, TROVA_VAL_ARTIST_TYPE_ID, 1);
+  for (const char* ident : {static_cast<const char*>(text), "behind", "ident 0"}) {
+    EXPECT_EQ(trova_playlist_collection_ident_add(collection_, ident, track), 0u);
+  }
+  uint8_t exists = 77;
+  EXPECT_EQ(trova_playlist_collection_ident_exists(collection_, "behind", &exists), 0u);
+  EXPECT_EQ(exists, 0);
+  EXPECT_EQ(count_of("genpl"), 2u);
+  EXPECT_EQ(trova_playlist_collection_ident_remove(collection_, text), 0u);
+  EXPECT_EQ(trova_playlist_collection_ident_add(collection_, "behind", track), 0u);
+  EXPECT_EQ(trova_playlist_collection_ident_add(collection_, text, track), 0u);
+  EXPECT_EQ(count_of("genpl"), 2u);
+  trova_manager_gdo_release(track);
 }
 
 #endif

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "containers_for_tests.h"
@@ -263,6 +264,35 @@ TEST_F(vrel_vector_test, a_vector_that_runs_out_of_memory_stays_as_it_was) {
     return code;
   };
   each_allocation_failing(create, [] {});
+}
+
+// Who counts the bytes in 32 bits, or asks for them all the same, gets some: the sums are just
+// above 4 GiB.
+TEST_F(vrel_vector_test, arrays_that_32_bits_cannot_count_are_not_made) {
+  const std::vector<char> value(24);
+  for (const auto& [size, count] : {std::pair{12u, 357'913'942u},
+                                    {20u, 214'748'365u},
+                                    {24u, 178'956'971u},
+                                    {24u, UINT32_MAX}}) {
+    vrel_vector2* vector = nullptr;
+    ASSERT_EQ(vrel_vector2_create(&vector, size, 0, nullptr, nullptr), 0u);
+    for (uint32_t held = 0; held < 2; ++held) {
+      EXPECT_EQ(vrel_vector2_reserve(vector, count - held), 0x900d0002u) << size;
+      EXPECT_EQ(vrel_vector2_set_min_size(vector, count), 0x900d0002u) << size;
+      EXPECT_EQ(vrel_vector2_append_n(vector, value.data(), count - held, size), 0x900d0002u);
+      EXPECT_EQ(vrel_vector2_add(vector, value.data(), size, nullptr), 0u);
+    }
+    EXPECT_EQ(vrel_vector2_delete(vector), 0u);
+  }
+  vrel_vector2* vector = nullptr;
+  ASSERT_EQ(vrel_vector2_create(&vector, (1u << 29) + 1, 0, nullptr, nullptr), 0u);
+  EXPECT_EQ(vrel_vector2_add(vector, value.data(), (1u << 29) + 1, nullptr), 0x900d0002u);
+  EXPECT_EQ(vrel_vector2_delete(vector), 0u);
+  vrel_vector* values = nullptr;
+  ASSERT_EQ(vrel_vector_create(&values, 0, nullptr, nullptr), 0u);
+  EXPECT_EQ(vrel_vector_set_min_size(values, (1u << 30) + 1), 0x900d0002u);
+  EXPECT_EQ(vrel_vector_add(values, 7), 0u);
+  EXPECT_EQ(vrel_vector_delete(values), 0u);
 }
 
 TEST_F(vrel_vector_test, an_attached_array_stays_the_callers_until_the_vector_grows) {

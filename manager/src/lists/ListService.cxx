@@ -75,6 +75,13 @@ std::size_t live_slot_of(const Slots& slots, const Handle* handle) {
   return slot;
 }
 
+// @return 0; TROVA_MANAGER_NO_MEMORY when the counter is half full: threads may ask together
+uint32_t add_user(std::atomic<uint32_t>& users) {
+  if (users.load(std::memory_order_relaxed) > INT32_MAX) return TROVA_MANAGER_NO_MEMORY;
+  users.fetch_add(1, std::memory_order_acq_rel);
+  return 0;
+}
+
 // A handle without users has been released as often as it was handed out.
 bool drop_user(std::atomic<uint32_t>& users) {
   uint32_t count = users.load(std::memory_order_relaxed);
@@ -94,9 +101,9 @@ uint32_t release_handle(Slots& slots, Handle* handle) {
 template <typename Slots, typename Handle>
 uint32_t hand_out(Slots& slots, std::size_t slot, Handle** out) {
   if (!service_running()) return TROVA_MANAGER_NOT_RUNNING;
-  slots[slot].users.fetch_add(1, std::memory_order_acq_rel);
-  *out = &slots[slot];
-  return 0;
+  const uint32_t code = add_user(slots[slot].users);
+  if (code == 0) *out = &slots[slot];
+  return code;
 }
 
 // "de" of "de_AT.UTF-8"; English speaks for every language that the lists do not know.
@@ -213,8 +220,7 @@ uint32_t locale_info(trova_locale* locale, const char** out_language, const char
 uint32_t locale_addref(trova_locale* locale) noexcept {
   const std::size_t slot = live_slot_of(g_locales, locale);
   if (slot == kNoSlot) return TROVA_MANAGER_BAD_HANDLE;
-  g_locales[slot].users.fetch_add(1, std::memory_order_acq_rel);
-  return 0;
+  return add_user(g_locales[slot].users);
 }
 
 uint32_t locale_release(trova_locale* locale) noexcept {
@@ -268,9 +274,9 @@ uint32_t correlate_set_open(trova_correlates* correlates, uint32_t id,
     if (set.scores == nullptr) return TROVA_MANAGER_NO_MEMORY;
     set.list = static_cast<uint32_t>(list);
   }
-  set.users.fetch_add(1, std::memory_order_release);
-  *out_set = &set;
-  return 0;
+  const uint32_t code = add_user(set.users);
+  if (code == 0) *out_set = &set;
+  return code;
 }
 
 // Caller holds g_sets_mutex.

@@ -86,9 +86,16 @@ trova_gdo* create_view(void* view, const trova_gdo_operations* operations) {
   return object.release();
 }
 
-void add_handle(trova_gdo* object) noexcept {
+// Half of what the counter holds: threads may ask together.
+bool takes_references(const trova_gdo* object) noexcept {
+  return object->references.load(std::memory_order_relaxed) <= INT32_MAX;
+}
+
+uint32_t add_handle(trova_gdo* object) noexcept {
+  if (!takes_references(object)) return TROVA_MANAGER_NO_MEMORY;
   object->references.fetch_add(1, std::memory_order_relaxed);
   object->handles.fetch_add(1, std::memory_order_relaxed);
+  return 0;
 }
 
 uint32_t release_handle(trova_gdo* object) noexcept {

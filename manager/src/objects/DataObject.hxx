@@ -42,8 +42,12 @@ namespace trova {
 // still the caller's.
 trova_gdo* create_view(void* view, const trova_gdo_operations* operations);
 
+// @return whether the counter has room for another reference
+bool takes_references(const trova_gdo* object) noexcept;
+
 // One more handle of an object that is alive.
-void add_handle(trova_gdo* object) noexcept;
+// @return 0; TROVA_MANAGER_NO_MEMORY from 2^31 references on
+[[nodiscard]] uint32_t add_handle(trova_gdo* object) noexcept;
 
 // Gives back a handle. The last reference ends the object and, in turn, children that only it
 // kept; views are released through their table.

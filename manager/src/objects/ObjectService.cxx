@@ -86,8 +86,7 @@ uint32_t trova_manager_gdo_create(const char* context, trova_gdo** out_object) {
 uint32_t trova_manager_gdo_addref(trova_gdo* object) {
   return guard_exported(__func__, [&] {
     const uint32_t code = check_object(object);
-    if (code == 0) add_handle(object);
-    return code;
+    return code != 0 ? code : add_handle(object);
   });
 }
 

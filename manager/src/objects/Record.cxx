@@ -39,9 +39,9 @@ uint32_t get_child(void* view, const char* key, uint32_t ordinal, uint32_t,
   if (ordinal == 0) return TROVA_MANAGER_INVALID_ARG;
   trova_gdo* const child = static_cast<Record*>(view)->child(key, ordinal);
   if (child == nullptr) return TROVA_MANAGER_NOT_FOUND;
-  add_handle(child);
-  *out_child = child;
-  return 0;
+  const uint32_t code = add_handle(child);
+  if (code == 0) *out_child = child;
+  return code;
 }
 
 uint32_t value_count(void* view, const char* key, uint32_t* out_count) noexcept {
@@ -138,6 +138,7 @@ uint32_t Record::add_child(const char* key, trova_gdo* child) {
   const std::lock_guard hold(g_tree);
   Record* const record = from(child);
   if (record != nullptr && is_reached_from(record)) return TROVA_MANAGER_INVALID_ARG;
+  if (!takes_references(child)) return TROVA_MANAGER_NO_MEMORY;
   const std::string_view payload(reinterpret_cast<const char*>(&child), sizeof child);
   children_.append(storage_, Key(key), payload);
   child->references.fetch_add(1, std::memory_order_relaxed);
