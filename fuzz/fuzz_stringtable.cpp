@@ -17,7 +17,8 @@ using trova_mock::mock;
 namespace {
 
 constexpr int kMostChanges = 60;
-constexpr int kMostBulks = 4;  // of many strings at once: the model is slow
+constexpr int kMostBulks = 2;  // of many strings at once: the model is slow
+constexpr int kChangesAfterBulk = 8;
 
 class Pair {
  public:
@@ -35,9 +36,10 @@ class Pair {
   }
 
   void change(FuzzBytes* bytes) {
+    ++changes_;
     const uint32_t what = bytes->byte();
     if (what >= 248) return read_buffer();
-    if (what >= 240) return add_many(bytes->text(4), 4 * bytes->byte(), bytes->byte());
+    if (what >= 240) return add_many(bytes->text(4), 3 * bytes->byte(), bytes->byte());
     switch (what % 8) {
       case 0:
       case 1:
@@ -55,6 +57,11 @@ class Pair {
       default:
         return attach(bytes->text(60));
     }
+  }
+
+  // A large table takes few changes: each is followed by looking at all of it.
+  bool is_done() const {
+    return changes_ == kMostChanges || (bulks_ > 0 && changes_ == last_bulk_ + kChangesAfterBulk);
   }
 
   // Everything that can be asked about the whole table.
@@ -102,7 +109,9 @@ class Pair {
   // Strings that differ in their numbers only, of a length that makes pages of the index or chunks
   // of the text.
   void add_many(const std::string& pattern, uint32_t count, uint32_t padding) {
-    if (++bulks_ > kMostBulks) return;
+    if (bulks_ == kMostBulks) return;
+    ++bulks_;
+    last_bulk_ = changes_;
     for (uint32_t i = 0; i < count; ++i) {
       const std::string string = pattern + std::to_string(i) + std::string(padding, '.');
       uint32_t id = 0;
@@ -172,7 +181,9 @@ class Pair {
 
   vrel_stringtable* table_ = nullptr;
   model::StringTable model_;
+  int changes_ = 0;
   int bulks_ = 0;
+  int last_bulk_ = 0;  // the change that it was
 };
 
 void start() {
@@ -196,7 +207,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const size_t blocks = mock().blocks();
   {
     Pair pair(text);
-    for (int i = 0; i < kMostChanges && !bytes.empty(); ++i) pair.change(&bytes);
+    while (!bytes.empty() && !pair.is_done()) pair.change(&bytes);
   }
   FUZZ_REQUIRE(mock().blocks() == blocks);
   mock().errors.clear();

@@ -170,7 +170,7 @@ Shard& shard_of(Word address) {
 
 // How many foreign addresses there are whose hash starts with these bits. Written under the lock of
 // the shard, read without: a block that is freed or allocated mostly meets zero.
-constexpr unsigned kFilterBits = 12;
+constexpr unsigned kFilterBits = 16;
 constinit std::array<std::atomic<uint32_t>, size_t{1} << kFilterBits> g_foreign_count;
 
 std::atomic<uint32_t>& foreign_count(Word address) {
