@@ -35,8 +35,6 @@ Faults g_faults;
 constexpr uint32_t kFirstRandom = 0x12345678;
 uint32_t g_random = kFirstRandom;
 
-bool g_columns = true;
-
 bool refuses() {
   ++g_faults.count;
   if (g_faults.due == 0) return false;
@@ -64,10 +62,6 @@ uint32_t __wrap__Z16vrel_random_randPj(uint32_t* state) {
   return __real__Z16vrel_random_randPj(state == nullptr ? &g_random : state);
 }
 
-void* __wrap__Z18playlist_column_ofP13AttributeInfo(void* info) {
-  return g_columns ? __real__Z18playlist_column_ofP13AttributeInfo(info) : nullptr;
-}
-
 void fuzz_fail_allocation(uint32_t n, bool all_later) {
   g_faults.due = n;
   g_faults.stays = all_later;
@@ -85,10 +79,6 @@ uint64_t fuzz_allocations() {
 
 void fuzz_rewind_random() {
   g_random = kFirstRandom;
-}
-
-void fuzz_use_columns(bool uses) {
-  g_columns = uses;
 }
 
 ManagerHandle* fuzz_manager() {

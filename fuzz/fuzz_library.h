@@ -24,9 +24,6 @@ uint64_t fuzz_allocations();
 // Random numbers that statements draw start anew, so that two runs of one give the same.
 void fuzz_rewind_random();
 
-// Without the columns of attributes a statement asks about every value by itself.
-void fuzz_use_columns(bool uses);
-
 // -- the library ----------------------------------------------------------------------------------
 
 // Starts the manager, with storage in memory, once for the process.

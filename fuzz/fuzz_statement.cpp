@@ -1,30 +1,52 @@
 // fuzz_statement: the input is a statement. It is checked and run on a collection that has every
-// attribute: with all memory, without columns, with one allocation failing, and with all from one
-// on.
+// attribute: with all memory, with nothing remembered, with one allocation failing, and with all
+// from one on.
 //
-// The check and the run agree about what is wrong, and a run gives idents of the collection.
-// Without columns the playlist is the same; with less memory it is the same or there is none.
+// The check and the run agree about what is wrong, and a run gives idents of the collection. With
+// nothing remembered the playlist and the error log are the same; with less memory the playlist is
+// the same or there is none.
 // Either way the next run gives what the first one gave.
+#include <algorithm>
 #include <cctype>
 #include <string>
 #include <vector>
 
 #include "fuzz_library.h"
 #include "fuzz_target.h"
+#include "playlist_memories.h"
+#include "vrel_log.h"
 
 namespace {
+
+struct Failure {
+  uint32_t line;
+  std::string source;
+  uint32_t code;
+  auto operator<=>(const Failure&) const = default;
+};
+std::vector<Failure> g_failures;
+
+uint32_t note_failure(uint32_t line, const char* source, uint32_t code, uint32_t) {
+  g_failures.push_back({line, source, code});
+  return code;
+}
 
 struct Playlist {
   uint32_t code = 0;
   std::vector<std::string> idents = {};
+  std::vector<Failure> failures = {};  // that were told, in no order
 };
 
 Playlist run(const char* statement, trova_playlist_collection* collection, trova_gdo* seed) {
   fuzz_rewind_random();
   Playlist playlist;
+  g_failures.clear();
   trova_playlist_results* results = nullptr;
   playlist.code = trova_playlist_generate_playlist(nullptr, statement, collection, seed, &results);
   FUZZ_REQUIRE((playlist.code == 0) == (results != nullptr));
+  // ORDER asks about the entries of one ident after the other, or about values.
+  std::sort(g_failures.begin(), g_failures.end());
+  playlist.failures = std::move(g_failures);
   if (results == nullptr) return playlist;
   // Reading needs no memory.
   playlist.idents = fuzz_playlist(results);
@@ -57,12 +79,13 @@ class FreshCollection {
   trova_playlist_collection* collection_;
 };
 
-void run_without_columns(const char* statement, trova_gdo* seed, const Playlist& expected) {
+void run_forgetful(const char* statement, trova_gdo* seed, const Playlist& expected) {
   const FreshCollection collection;
-  fuzz_use_columns(false);
+  g_playlist_memories = false;
   const Playlist playlist = run(statement, collection.get(), seed);
-  fuzz_use_columns(true);
+  g_playlist_memories = true;
   FUZZ_REQUIRE(playlist.code == expected.code && playlist.idents == expected.idents);
+  FUZZ_REQUIRE(playlist.failures == expected.failures);
 }
 
 // AND passes over the failures of its sides.
@@ -97,6 +120,8 @@ void start() {
   static const bool started = [] {
     FUZZ_REQUIRE(trova_playlist_initialize(fuzz_manager()) == 0);
     fuzz_register_attributes();
+    g_vrel_log_error_callback = note_failure;
+    g_vrel_log_enabled_pkgs[0x89] = VREL_LOG_ERROR;
     return true;
   }();
   (void)started;
@@ -126,7 +151,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const uint32_t seedless = run(statement, collection.get(), nullptr).code;
   FUZZ_REQUIRE((seedless == PLERR_StatementMismatch) == (seed_used == 1));
 
-  run_without_columns(statement, seed, playlist);
+  run_forgetful(statement, seed, playlist);
   run_with_less_memory(text, seed, playlist, 1 + hash_of(text + "one") % allocations, false);
   run_with_less_memory(text, seed, playlist, 1 + hash_of(text + "all") % allocations, true);
   return 0;

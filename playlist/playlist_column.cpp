@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "playlist_array.h"
+#include "playlist_memories.h"
 #include "playlist_owner.h"
 #include "vrel_memory.h"
 #include "vrel_string.h"
@@ -141,6 +142,29 @@ const char* text_of(const ValueColumn& column, const vrel_stringtable* texts, ui
   return vrel_stringtable_get_value(texts, entry.value, &text) == 0 ? text : nullptr;
 }
 
+// A place of the table of texts: 0, or the number of a value + 1, with a bit where more values have
+// its text. There are fewer values than 2^31: their entries have twelve bytes each.
+constexpr uint32_t kMoreValues = 0x80000000u;
+
+constexpr uint32_t value_at(uint32_t place) {
+  return (place & ~kMoreValues) - 1;
+}
+
+// How many places may be looked at for one text. Texts whose hashes are made to meet would else
+// cost the square of their number.
+constexpr uint32_t kMostPlaces = 1024;
+
+// The place of a text, or the free one where it belongs; null when there are too many before it.
+uint32_t* place_of(const ValueColumn& column, uint32_t* table, uint32_t mask,
+                   const vrel_stringtable* texts, const char* text) {
+  uint32_t at = folded_hash(text) & mask;
+  for (uint32_t places = 0; places < kMostPlaces; ++places, at = (at + 1) & mask) {
+    if (table[at] == 0) return &table[at];
+    if (vrel_string_equal(text_of(column, texts, value_at(table[at])), text, 1)) return &table[at];
+  }
+  return nullptr;
+}
+
 bool index_texts(ValueColumn* column, const vrel_stringtable* texts) {
   uint32_t size = 4;
   while (size / 2 < column->value_count) size *= 2;
@@ -148,10 +172,11 @@ bool index_texts(ValueColumn* column, const vrel_stringtable* texts) {
   if (!table) return false;
   for (uint32_t value = 0; value < column->value_count; ++value) {
     const char* const text = text_of(*column, texts, value);
-    if (text == nullptr) return false;
-    uint32_t at = folded_hash(text) & (size - 1);
-    while (table.get()[at] != 0) at = (at + 1) & (size - 1);
-    table.get()[at] = value + 1;
+    uint32_t* const place =
+        text != nullptr ? place_of(*column, table.get(), size - 1, texts, text) : nullptr;
+    column->no_texts = place == nullptr;
+    if (place == nullptr) return false;
+    *place = *place == 0 ? value + 1 : *place | kMoreValues;
   }
   column->texts = table.take();
   column->text_mask = size - 1;
@@ -161,21 +186,22 @@ bool index_texts(ValueColumn* column, const vrel_stringtable* texts) {
 }  // namespace
 
 ValueColumn* playlist_column_of(AttributeInfo* info) {
+  if (!g_playlist_memories) return nullptr;
   if (info->column == nullptr) info->column = build(info);
   return info->column;
 }
 
 bool playlist_column_find_text(ValueColumn* column, const vrel_stringtable* texts, const char* text,
                                uint32_t* out_count, uint32_t* out_value) {
+  if (column->no_texts) return false;
   if (column->texts == nullptr && !index_texts(column, texts)) return false;
-  uint32_t count = 0;
-  for (uint32_t at = folded_hash(text) & column->text_mask; column->texts[at] != 0 && count < 2;
-       at = (at + 1) & column->text_mask) {
-    const uint32_t value = column->texts[at] - 1;
-    if (!vrel_string_equal(text_of(*column, texts, value), text, 1)) continue;
-    if (count++ == 0) *out_value = value;
-  }
-  *out_count = count;
+  // Of a text that is not in the table, all before it have been looked at: it is nowhere.
+  const uint32_t* const place = place_of(*column, column->texts, column->text_mask, texts, text);
+  const bool found = place != nullptr && *place != 0;
+  *out_count = 0;
+  if (!found) return true;
+  *out_count = (*place & kMoreValues) != 0 ? 2 : 1;
+  *out_value = value_at(*place);
   return true;
 }
 

@@ -29,8 +29,9 @@ struct ValueColumn {
   uint32_t* values;     // by entry: the number of its value
   uint32_t* starts;     // by value, and for the end: where its entries start in `positions`
   uint32_t* positions;  // indexes of entries by value, ascending for each
-  uint32_t* texts;      // hash table of value numbers + 1 by text, letter case ignored; may be null
+  uint32_t* texts;      // hash table of values by text, letter case ignored; null until asked for
   uint32_t text_mask;   // its size less one
+  bool no_texts;        // values that are no texts, or whose hashes are too much alike for a table
   ColumnAnswers answers;
 
   const ValueEntry& first_entry(uint32_t value) const { return entries[positions[starts[value]]]; }
@@ -41,8 +42,8 @@ struct ValueColumn {
 // collection's lock, here and below.
 ValueColumn* playlist_column_of(AttributeInfo* info);
 
-// How many values have the text, letter case ignored, as far as 2; `out_value` is the first of
-// them. False when the table of texts cannot be made, or not every value has a text.
+// Whether no value has the text, letter case ignored, one, or more: 0, 1 or 2; `out_value` is the
+// first of them. False when the table of texts cannot be made, or not every value has a text.
 bool playlist_column_find_text(ValueColumn* column, const vrel_stringtable* texts, const char* text,
                                uint32_t* out_count, uint32_t* out_value);
 

@@ -116,7 +116,8 @@ bool make_memo(MoodMemo* memo, const NormalizedMoodVector& seed) {
   return memo->records != nullptr;
 }
 
-// The row of one mood. `spare` has room for it where the memo cannot be made.
+// The row of one mood, good until the next one is asked for. `spare` has room for it where there is
+// no memo.
 const int32_t* row_of(const NormalizedMoodVector& seed, uint32_t id, MoodMemo* memo,
                       int32_t* spare) {
   if (memo == nullptr || !make_memo(memo, seed)) {
@@ -262,15 +263,18 @@ uint32_t dsp_mood_similarity(const NormalizedMoodVector* seed, const RawMoodVect
     return kDspNothing;
   }
   const uint32_t count = count_weights(*raw);
-  int32_t spare[kMoodPairs][kMoodPairs];
-  const int32_t* rows[kMoodPairs];
-  for (uint32_t i = 0; i < count; ++i) rows[i] = row_of(*seed, raw->ids[i], memo, spare[i]);
+  uint32_t sums[kMoodPairs] = {};  // by axis; signed arithmetic that wraps
+  for (uint32_t i = 0; i < count; ++i) {
+    int32_t spare[kMoodPairs];
+    const int32_t* const row = row_of(*seed, raw->ids[i], memo, spare);
+    for (uint32_t k = 0; k < seed->count; ++k) {
+      sums[k] += raw->weights[i] * static_cast<uint32_t>(row[k]);
+    }
+  }
   float total = 0.0f;
   for (uint32_t k = 0; k < seed->count; ++k) {
-    uint32_t sum = 0;  // signed arithmetic that wraps
-    for (uint32_t i = 0; i < count; ++i) sum += raw->weights[i] * static_cast<uint32_t>(rows[i][k]);
     const auto a = static_cast<int32_t>(seed->coordinates[k]);
-    const float difference = static_cast<float>(a) / 100.0f - hundredth(place_of(sum));
+    const float difference = static_cast<float>(a) / 100.0f - hundredth(place_of(sums[k]));
     total += difference * difference;
   }
   // Two coordinates are at most 2 apart, so this is the largest possible distance.

@@ -8,6 +8,7 @@
 #include "playlist_error.h"
 #include "playlist_gdo_read.h"
 #include "playlist_list_service.h"
+#include "playlist_memories.h"
 #include "playlist_services.h"
 #include "vrel_layout.h"
 #include "vrel_memory.h"
@@ -160,7 +161,8 @@ uint32_t evaluate_id(const MoodContext& context, uint32_t id, int32_t* out_score
 uint32_t score_profile(MoodContext* context, const char* text, int32_t* out_score) {
   RawMoodVector profile;
   PL_TRY(playlist_fill_mood_vector(text, &profile));
-  return dsp_mood_similarity(context->normalized, &profile, &context->memo, out_score);
+  MoodMemo* const memo = g_playlist_memories ? &context->memo : nullptr;
+  return dsp_mood_similarity(context->normalized, &profile, memo, out_score);
 }
 
 uint32_t evaluate_profile(MoodContext* context, const char* text, int32_t* out_score) {
