@@ -10,14 +10,13 @@
 #include "playlist_array.h"
 #include "playlist_column.h"
 #include "playlist_error.h"
+#include "playlist_memories.h"
 #include "playlist_score_cache.h"
 #include "playlist_walk.h"
 #include "vrel_memory.h"
 #include "vrel_sort.h"
 
 namespace {
-
-constexpr uint32_t kNoRecord = UINT32_MAX;
 
 // How many values are looked at one by one before they are searched.
 constexpr uint32_t kSteps = 4;
@@ -254,15 +253,30 @@ uint32_t keep_passing(void* element, void* context, uint8_t* out_keep) {
 
 // ------------------------------------------------------------------------- Entry by entry
 
+// A copy of a record, as a provider that is asked about it may change the vector. False behind the
+// end.
+bool read_record(const vrel_vector2* values, uint32_t index, ValueEntry* out_record) {
+  void* element = nullptr;
+  if (vrel_vector2_getindex(values, index, &element) != 0) return false;
+  *out_record = *static_cast<const ValueEntry*>(element);
+  return true;
+}
+
+// As many records as there are now: those that a provider adds meanwhile are not asked, and where
+// it removes some the end comes earlier.
 uint32_t add_by_walk(PdlNode* comparison, Results* results) {
   const Question question = question_of(comparison, results);
-  return playlist_for_each<ValueEntry>(
-      question.identifier->attribute->values, [&](const ValueEntry& record) -> uint32_t {
-        int32_t score = 0;
-        const uint32_t code = evaluate(question, record, &score);
-        if (vrel_failed(code)) return code;
-        return score == 0 ? 0 : _playlist_results_add_result(results, record, score);
-      });
+  vrel_vector2* const values = question.identifier->attribute->values;
+  uint32_t count = 0;
+  PL_TRY(vrel_vector2_count(values, &count));
+  ValueEntry record = {};
+  for (uint32_t i = 0; i < count && read_record(values, i, &record); ++i) {
+    int32_t score = 0;
+    const uint32_t code = evaluate(question, record, &score);
+    if (vrel_failed(code)) return code;
+    if (score != 0) PL_TRY(_playlist_results_add_result(results, record, score));
+  }
+  return 0;
 }
 
 struct MatchFilter {
@@ -282,28 +296,63 @@ uint32_t keep_match(void* element, void* context, uint8_t* out_keep) {
   return vrel_failed(code) ? code : 0;
 }
 
-// The record of an ident for an attribute, in a vector sorted by ident.
-uint32_t find_record(vrel_vector2* values, uint32_t ident, const ValueEntry** out_record) {
-  uint32_t index = 0;
-  void* element = nullptr;
-  PL_TRY(playlist_attrdata_find_ident(values, ident, &index));
-  PL_TRY(vrel_vector2_getindex(values, index, &element));
-  *out_record = static_cast<const ValueEntry*>(element);
+// Where the records of an ident stand in a vector that is sorted by ident.
+struct Run {
+  uint32_t first;
+  uint32_t end;
+};
+
+uint32_t find_run(vrel_vector2* values, uint32_t ident, Run* out) {
+  PL_TRY(playlist_attrdata_find_ident(values, ident, &out->first));
+  ValueEntry record = {};
+  out->end = out->first + 1;
+  while (read_record(values, out->end, &record) && record.ident == ident) ++out->end;
   return 0;
+}
+
+// What the records of one ident say together: the highest outcome that is not 0, or 0 when all are.
+class Verdict {
+ public:
+  void add(uint32_t code, int32_t score) {
+    if (vrel_failed(code)) {
+      if (failure_ == 0) failure_ = code;
+    } else if (score != 0 && (score_ == 0 || score > score_)) {
+      score_ = score;
+    }
+  }
+  int32_t score() const { return score_; }
+  // The first of those of the records; a record that fails counts as 0.
+  uint32_t failure() const { return failure_; }
+
+ private:
+  int32_t score_ = 0;
+  uint32_t failure_ = 0;
+};
+
+// Asks about every record of an ident that has any.
+uint32_t score_ident(const Question& question, uint32_t ident, int32_t* out_score) {
+  vrel_vector2* const values = question.identifier->attribute->values;
+  Run run = {};
+  PL_TRY(find_run(values, ident, &run));
+  Verdict verdict;
+  ValueEntry record = {};
+  for (uint32_t i = run.first; i < run.end && read_record(values, i, &record); ++i) {
+    // A provider that is asked may have moved the others.
+    if (record.ident != ident) continue;
+    int32_t score = 0;
+    const uint32_t code = evaluate(question, record, &score);
+    verdict.add(code, score);
+  }
+  *out_score = verdict.score();
+  return verdict.failure();
 }
 
 uint32_t score_by_lookup(const Question& question, PdlScores* scores) {
   uint32_t last = 0;
   int32_t* score = scores->scores;
   PL_TRY(playlist_for_each<ResultEntry>(scores->results->entries, [&](const ResultEntry& entry) {
-    const ValueEntry* record = nullptr;
-    last = find_record(question.identifier->attribute->values, entry.record.ident, &record);
-    if (last == 0) {
-      const uint32_t code = evaluate(question, *record, score);
-      last = vrel_failed(code) ? code : 0;
-    }
-    if (last != 0) *score = 0;
-    ++score;
+    *score = 0;
+    last = score_ident(question, entry.record.ident, score++);
     return uint32_t{0};
   }));
   return last;
@@ -405,33 +454,110 @@ uint32_t seek(const ValueEntry* values, uint32_t end, uint32_t ident) {
   return end;
 }
 
-// Calls visit(entry index, index of its ident's first record or kNoRecord) for every entry.
+// Calls visit(entry index, run of its ident's records) for every entry; the run of an ident without
+// records is empty.
 template <typename Visit>
 void join(const EntryOrder& order, const ValueEntry* values, uint32_t count, Visit visit) {
-  uint32_t place = count;
+  Run run = {count, count};
   for (uint32_t i = 0; i < order.count; ++i) {
     const uint32_t ident = order.idents[i];
-    place = seek(values, place, ident);
-    const bool found = place < count && values[place].ident == ident;
-    visit(entry_at(order, i), found ? place : kNoRecord);
+    const uint32_t before = run.first;
+    run.first = seek(values, before, ident);
+    // All from here to where the ident before began are this one's, or below it.
+    if (run.first != before) {
+      run.end = run.first + 1;
+      while (run.end < before && values[run.end].ident == ident) ++run.end;
+    }
+    const bool found = run.first < count && values[run.first].ident == ident;
+    visit(entry_at(order, i), found ? run : Run{run.first, run.first});
   }
 }
 
+uint32_t score_run(const Question& question, ValueColumn* column, Run run, int32_t* out_score) {
+  Verdict verdict;
+  for (uint32_t i = run.first; i < run.end; ++i) {
+    int32_t score = 0;
+    const uint32_t code = answer(question, column, column->values[i], &score);
+    verdict.add(code, score);
+  }
+  *out_score = verdict.score();
+  return verdict.failure();
+}
+
+// The same for entry after entry: those of one ident follow each other, and share their verdict
+// unless it is a failure.
+class RunScores {
+ public:
+  RunScores(const Question& question, ValueColumn* column) : question_(question), column_(column) {}
+
+  uint32_t score(Run run, int32_t* out_score) {
+    if (run.first == run_.first && run.end == run_.end) {
+      *out_score = score_;
+      return 0;
+    }
+    const uint32_t code = score_run(question_, column_, run, out_score);
+    run_ = code == 0 ? run : Run{0, 0};
+    score_ = *out_score;
+    return code;
+  }
+
+ private:
+  const Question& question_;
+  ValueColumn* column_;
+  Run run_ = {0, 0};  // the one that was scored last
+  int32_t score_ = 0;
+};
+
 uint32_t score_by_column(const Question& question, ValueColumn* column, PdlScores* scores) {
   uint32_t last = 0;
+  RunScores runs(question, column);
   const uint32_t last_entry = scores->count - 1;
   const uint32_t* const values = column->values;
   int32_t* const to = scores->scores;
   join(scores->order, column->entries, column->entry_count,
-       [=, &question, &last](uint32_t entry, uint32_t record) {
+       [=, &question, &runs, &last](uint32_t entry, Run run) {
          int32_t score = 0;
          uint32_t code = kVrelNotFound;
-         if (record != kNoRecord) code = answer(question, column, values[record], &score);
-         to[entry] = code == 0 ? score : 0;
+         if (run.end - run.first == 1) {
+           code = answer(question, column, values[run.first], &score);
+           if (code != 0) score = 0;
+         } else if (run.end != run.first) {
+           code = runs.score(run, &score);
+         }
+         to[entry] = score;
          if (entry == last_entry) last = code;
        });
   return last;
 }
+
+// What an ident is grouped by: its first integer, its first record where it has none, 0 without
+// any.
+class Groups {
+ public:
+  explicit Groups(vrel_vector2* values) : values_(values) {}
+
+  uint32_t of(Run run) {
+    if (run.first == run.end) return 0;
+    if (run.first != run_.first || run.end != run_.end) group_ = read(run);
+    run_ = run;
+    return group_;
+  }
+
+ private:
+  uint32_t read(Run run) const {
+    ValueEntry first = {};
+    ValueEntry record = {};
+    static_cast<void>(read_record(values_, run.first, &first));
+    for (uint32_t i = run.first; i < run.end && read_record(values_, i, &record); ++i) {
+      if (record.kind == kValueInteger) return record.value;
+    }
+    return first.value;
+  }
+
+  vrel_vector2* values_;
+  Run run_ = {0, 0};  // the one that was asked for last
+  uint32_t group_ = 0;
+};
 
 // False when there is no memory.
 bool set_groups_by_join(Results* results, AttributeInfo* info) {
@@ -445,8 +571,10 @@ bool set_groups_by_join(Results* results, AttributeInfo* info) {
   if (!make_order(results, &order)) return false;
   auto* const entry = static_cast<ResultEntry*>(entries);
   const auto* const record = static_cast<const ValueEntry*>(values);
-  join(order, record, bytes / size, [=](uint32_t index, uint32_t place) {
-    entry[index].group = place != kNoRecord ? record[place].value : 0;
+  Groups groups(info->values);
+  join(order, record, bytes / size, [=, &groups](uint32_t index, Run run) {
+    const bool one = run.end - run.first == 1;
+    entry[index].group = one ? record[run.first].value : groups.of(run);
   });
   free_order(&order);
   return true;
@@ -540,7 +668,7 @@ uint32_t playlist_pdl_filter_matches(PdlNode* comparison, Results* results) {
   if (!playlist_pdl_is_usable(comparison)) return vrel_vector2_clear(results->entries);
   ScoreCache cache = {};
   MatchFilter filter = {question_of(comparison, results), nullptr};
-  if (traits_of(filter.question).remembers) filter.cache = &cache;
+  if (traits_of(filter.question).remembers && g_playlist_memories) filter.cache = &cache;
   const uint32_t code = vrel_vector2_retain(results->entries, keep_match, &filter);
   playlist_score_cache_clear(&cache);
   return code;
@@ -565,10 +693,11 @@ uint32_t playlist_pdl_score(const PdlNode* comparison, PdlScores* scores) {
 
 void playlist_pdl_set_groups(Results* results, AttributeInfo* info) {
   if (set_groups_by_join(results, info)) return;
+  Groups groups(info->values);
   static_cast<void>(playlist_for_each<ResultEntry>(results->entries, [&](ResultEntry& entry) {
-    const ValueEntry* record = nullptr;
-    entry.group = 0;
-    if (find_record(info->values, entry.record.ident, &record) == 0) entry.group = record->value;
+    Run run = {0, 0};
+    static_cast<void>(find_run(info->values, entry.record.ident, &run));
+    entry.group = groups.of(run);
     return uint32_t{0};
   }));
 }
