@@ -9,10 +9,18 @@ namespace {
 
 const char kSource[] = "playlist_api_attributes";
 
+// A provider that fails may have written already: the caller's text stays as it is.
+uint32_t name_of(const AttributeProvider* provider, const char** out_name) {
+  const char* name = nullptr;
+  PL_TRY(provider->get_name(&name));
+  *out_name = name;
+  return 0;
+}
+
 uint32_t attribute_name(uint32_t index, const char** out_name) {
   const AttributeProvider* provider = nullptr;
   PL_TRY(playlist_attributes_get(index, &provider));
-  return provider->get_name(out_name);
+  return name_of(provider, out_name);
 }
 
 }  // namespace
@@ -32,7 +40,7 @@ uint32_t trova_playlist_attributes_enum(uint32_t index, const char** out_name) {
 // Not asked whether the library is up, and not mapped: the registry's own answer tells.
 uint32_t trova_playlist_register_attribute_provider(
     const trova_playlist_attribute_provider* provider) {
-  return vrel_log_error(0, __func__, playlist_register_attribute(provider));
+  return vrel_report_error(__func__, playlist_register_attribute(provider));
 }
 
 uint32_t trova_playlist_collection_attributes_count(trova_playlist_collection* collection,
@@ -54,7 +62,7 @@ uint32_t trova_playlist_collection_attributes_enum(trova_playlist_collection* co
   CollectionLock lock(collection);
   AttributeInfo* info = nullptr;
   uint32_t code = playlist_collection_attrinfo_at(collection, index, &info);
-  if (code == 0) code = info->provider->get_name(out_name);
+  if (code == 0) code = name_of(info->provider, out_name);
   lock.leave();
   PL_RETURN(code);
 }

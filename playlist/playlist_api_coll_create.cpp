@@ -19,30 +19,36 @@ uint32_t build(Collection* collection) {
   return vrel_stringtable_create(&collection->values, 0);
 }
 
-uint32_t add_attribute(Collection* collection, const AttributeProvider* provider) {
+// Whether the attribute cannot say its name is for `out_nameless`: that is no failure of ours.
+uint32_t add_attribute(Collection* collection, const AttributeProvider* provider,
+                       bool* out_nameless) {
   AttributeInfoOwner info;
   PL_TRY(playlist_attrinfo_create(provider, info.out()));
   const char* name = nullptr;
-  PL_TRY(provider->get_name(&name));
+  *out_nameless = provider->get_name(&name) != 0;
+  if (*out_nameless) return 0;
   PL_TRY(playlist_collection_adopt_attribute(collection, name, info.get()));
   static_cast<void>(info.take());
   return 0;
 }
 
-// Gives the collection every attribute of the registry. One that fails is left out, and only the
-// last attribute's result is reported: the others may still be asked for in statements.
+// Gives the collection every attribute of the registry that can say its name. One that fails is
+// left out, and only the last one's result is reported: the others may still be asked for in
+// statements.
 uint32_t add_registered_attributes(Collection* collection) {
   uint32_t count = 0;
   PL_TRY(vrel_vector2_count(g_playlist_attribute_mgr, &count));
   uint32_t code = 0;
   for (uint32_t i = 0; i < count; ++i) {
+    bool nameless = false;
     const AttributeProvider* provider = nullptr;
-    code = playlist_attributes_get(i, &provider);
-    if (code == 0) code = add_attribute(collection, provider);
+    uint32_t added = playlist_attributes_get(i, &provider);
+    if (added == 0) added = add_attribute(collection, provider, &nameless);
+    if (!nameless) code = added;
     // No memory for the record of an attribute ends the walk.
-    if (code == PLERR_NoMemory) break;
+    if (added == PLERR_NoMemory) break;
   }
-  return vrel_log_error(__LINE__, kSource, code);
+  return VREL_LOG_HERE(code);
 }
 
 uint32_t set_name(Collection* collection, const char* name) {
@@ -113,7 +119,10 @@ uint32_t playlist_collection_release(Collection* collection) {
 }
 
 uint32_t playlist_collection_release_handle(Collection* collection) {
-  if (!drop_reference(collection)) return 0;
+  return drop_reference(collection) ? playlist_collection_end(collection) : 0;
+}
+
+uint32_t playlist_collection_end(Collection* collection) {
   const uint32_t code = g_playlist_handlemanager_interface->handle_remove(collection);
   playlist_collection_delete(collection);
   return code;

@@ -40,9 +40,11 @@ VREL_LAYOUT_SIZE(ViewCacheEntry, 8);
 VREL_LAYOUT_FIELD(ViewCacheEntry, info, 0);
 VREL_LAYOUT_FIELD(ViewCacheEntry, context, 4);
 
+// A context that outlived its provider, by a shutdown, is lost: nobody is left to free it.
 void delete_entry(ViewCacheEntry* entry) {
-  if (entry->context != nullptr) {
-    playlist_provider_delete_context(entry->info->provider, entry->context);
+  const AttributeProvider* const provider = entry->info->provider;
+  if (entry->context != nullptr && playlist_attributes_has(provider)) {
+    playlist_provider_delete_context(provider, entry->context);
   }
   vrel_memory_free(entry);
 }
@@ -53,14 +55,22 @@ void release_cached(void* entry, uint32_t /*size*/) {
   delete_entry(static_cast<ViewCacheEntry*>(entry));
 }
 
+// After a shutdown the service is gone, and its locales with it.
 void release_locale(trova_locale* locale) {
-  if (locale != nullptr) static_cast<void>(g_playlist_lists_interface->locale_release(locale));
+  if (locale == nullptr || g_playlist_lists_interface == nullptr) return;
+  static_cast<void>(g_playlist_lists_interface->locale_release(locale));
+}
+
+void delete_cache(IdentView* view) {
+  if (view->cache == nullptr) return;
+  CollectionLock lock(view->collection);
+  static_cast<void>(vrel_hashtable_delete(view->cache));
 }
 
 // The contexts go before the collection, whose attributes they belong to.
 void delete_view(IdentView* view) {
   release_locale(view->locale);
-  if (view->cache != nullptr) static_cast<void>(vrel_hashtable_delete(view->cache));
+  delete_cache(view);
   static_cast<void>(playlist_collection_release(view->collection));
   vrel_memory_free(view);
 }
@@ -68,12 +78,21 @@ using ViewOwner = PlaylistOwner<IdentView, delete_view>;
 
 // ---- Reading a value ----
 
+bool find_entry(const IdentView* view, const char* attribute, ViewCacheEntry** out_entry) {
+  void* cached = nullptr;
+  if (vrel_hashtable_value_find(view->cache, attribute, &cached, nullptr) != 0) return false;
+  *out_entry = static_cast<ViewCacheEntry*>(cached);
+  return true;
+}
+
 uint32_t make_entry(IdentView* view, const char* attribute, AttributeInfo* info,
                     ViewCacheEntry** out_entry) {
   EntryOwner entry(static_cast<ViewCacheEntry*>(vrel_memory_calloc(1, sizeof(ViewCacheEntry))));
   if (!entry) return PLERR_NoMemory;
   entry->info = info;
   PL_TRY(info->provider->create_context(&entry->context));
+  // The provider may have read the view: texts that it was given belong to the entry made then.
+  if (find_entry(view, attribute, out_entry)) return 0;
   PL_TRY(vrel_hashtable_value_add(view->cache, attribute, entry.get(), sizeof(ViewCacheEntry), 0));
   *out_entry = entry.take();
   return 0;
@@ -82,12 +101,8 @@ uint32_t make_entry(IdentView* view, const char* attribute, AttributeInfo* info,
 uint32_t get_entry(IdentView* view, const char* attribute, ViewCacheEntry** out_entry) {
   AttributeInfo* info = nullptr;
   PL_TRY(playlist_collection_get_attrinfo(view->collection, attribute, &info));
-  void* cached = nullptr;
-  if (vrel_hashtable_value_find(view->cache, attribute, &cached, nullptr) != 0) {
-    return make_entry(view, attribute, info, out_entry);
-  }
-  *out_entry = static_cast<ViewCacheEntry*>(cached);
-  return 0;
+  if (find_entry(view, attribute, out_entry)) return 0;
+  return make_entry(view, attribute, info, out_entry);
 }
 
 // The first value of an ident; the sort decides which one that is.
@@ -176,6 +191,7 @@ uint32_t value_count(void* view, const char* key, uint32_t* out_count) {
 // The view has no locale after a failure, nor when it is given none. The new one is taken before
 // the old one is given back: they may be one.
 uint32_t set_locale(void* view, trova_locale* locale) {
+  PL_REQUIRE_INITIALIZED();
   auto* const ident_view = static_cast<IdentView*>(view);
   CollectionLock lock(ident_view->collection);
   const uint32_t code = locale == nullptr ? 0 : g_playlist_lists_interface->locale_addref(locale);

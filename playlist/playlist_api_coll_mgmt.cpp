@@ -13,6 +13,7 @@ namespace {
 const char kSource[] = "playlist_api_coll_mgmt";
 
 // Where the log places these failures, wherever the code stands.
+const char kRemoveSource[] = "playlist_api_coll_create";
 constexpr uint32_t kAddCollectionLine = 82;
 constexpr uint32_t kAddDataLine = 83;
 constexpr uint32_t kExistsCollectionLine = 144;
@@ -199,7 +200,7 @@ uint32_t playlist_collection_remove_ident(Collection* collection, const char* id
     code = delete_entries(info, id);
     if (code != 0) break;
   }
-  return VREL_LOG_HERE(code);
+  return vrel_log_error(__LINE__, kRemoveSource, code);
 }
 
 uint32_t trova_playlist_collection_ident_add(trova_playlist_collection* collection,
@@ -210,11 +211,11 @@ uint32_t trova_playlist_collection_ident_add(trova_playlist_collection* collecti
   PL_REQUIRE(playlist_check_object(kAddDataLine, kSource, data));
 
   Capture capture = {{kCaptureMagic, collection, nullptr, ident}, 0};
-  {
-    CollectionLock lock(collection);
-    capture_all(&capture, data);
-  }
-  PL_RETURN(g_playlist_handlemanager_interface->handle_remove(&capture.context));
+  CollectionHold hold(collection);
+  capture_all(&capture, data);
+  const uint32_t release_code = hold.end();
+  const uint32_t code = g_playlist_handlemanager_interface->handle_remove(&capture.context);
+  PL_RETURN(code != 0 ? code : release_code);
 }
 
 uint32_t trova_playlist_collection_ident_exists(trova_playlist_collection* collection,

@@ -35,7 +35,7 @@ constexpr uint32_t kFieldCount = sizeof kFields / sizeof kFields[0];
 #define PL_REQUIRE_STORAGE()                               \
   do {                                                     \
     if (g_playlist_storage_interface == nullptr)           \
-      return vrel_log_error(0, __func__, PLERR_NoStorage); \
+      return vrel_report_error(__func__, PLERR_NoStorage); \
   } while (0)
 
 void store_release(trova_store* store) {
@@ -91,13 +91,13 @@ bool has_field(const StoreField& field, const char* name, uint32_t type, uint32_
 uint32_t check_layout(trova_store* store) {
   uint32_t count = 0;
   PL_TRY(g_playlist_storage_interface->field_count(store, &count));
-  if (count != kFieldCount) return PLERR_StoreInvalid;
+  if (count != kFieldCount) return VREL_LOG_HERE(PLERR_StoreInvalid);
   for (uint32_t i = 0; i < kFieldCount; ++i) {
     const char* name = nullptr;
     uint32_t type = 0;
     uint32_t flags = 0;
     PL_TRY(g_playlist_storage_interface->field_info(store, i, &name, &type, &flags));
-    if (!has_field(kFields[i], name, type, flags)) return PLERR_StoreInvalid;
+    if (!has_field(kFields[i], name, type, flags)) return VREL_LOG_HERE(PLERR_StoreInvalid);
   }
   return 0;
 }
@@ -147,17 +147,22 @@ uint32_t make_criteria(trova_store* store, const char* name, trova_record** out_
   return 0;
 }
 
-uint32_t first_match(trova_store* store, trova_record* criteria, trova_record** out_record) {
+// A record that was found. It is read through the cursor, which is given back after it.
+struct Match {
   CursorOwner cursor;
-  PL_TRY(g_playlist_storage_interface->query(store, criteria, cursor.out()));
-  return g_playlist_storage_interface->cursor_next(cursor.get(), out_record);
+  RecordOwner record;
+};
+
+uint32_t first_match(trova_store* store, trova_record* criteria, Match* out) {
+  PL_TRY(g_playlist_storage_interface->query(store, criteria, out->cursor.out()));
+  return g_playlist_storage_interface->cursor_next(out->cursor.get(), out->record.out());
 }
 
 // The first record of that name.
-uint32_t find_record(trova_store* store, const char* name, trova_record** out_record) {
+uint32_t find_record(trova_store* store, const char* name, Match* out) {
   RecordOwner criteria;
   PL_TRY(make_criteria(store, name, criteria.out()));
-  return first_match(store, criteria.get(), out_record);
+  return first_match(store, criteria.get(), out);
 }
 
 uint32_t fill_record(trova_record* record, const char* name, const Stream& stream) {
@@ -176,14 +181,14 @@ uint32_t insert_record(trova_store* store, const char* name, const Stream& strea
 // Replaces the record that is found under `key`. Where none is found, for whatever reason, one is
 // added.
 uint32_t put_record(trova_store* store, const char* key, const char* name, const Stream& stream) {
+  Match match;
   RecordOwner criteria;
-  RecordOwner record;
   PL_TRY(make_criteria(store, key, criteria.out()));
-  if (first_match(store, criteria.get(), record.out()) != 0) {
+  if (first_match(store, criteria.get(), &match) != 0) {
     return insert_record(store, name, stream);
   }
-  PL_TRY(fill_record(record.get(), name, stream));
-  return g_playlist_storage_interface->record_update(record.get());
+  PL_TRY(fill_record(match.record.get(), name, stream));
+  return g_playlist_storage_interface->record_update(match.record.get());
 }
 
 // ---- The operations ----
@@ -213,12 +218,12 @@ uint32_t store_collection(Collection* collection) {
 
 uint32_t load_collection(const char* name, Collection** out_collection) {
   StoreOwner store;
-  RecordOwner record;
+  Match match;
   const void* bytes = nullptr;
   uint32_t size = 0;
   PL_TRY(open_store(store.out()));
-  PL_TRY(find_record(store.get(), name, record.out()));
-  PL_TRY(g_playlist_storage_interface->get_binary(record.get(), kDataField, &bytes, &size));
+  PL_TRY(find_record(store.get(), name, &match));
+  PL_TRY(g_playlist_storage_interface->get_binary(match.record.get(), kDataField, &bytes, &size));
 
   CollectionOwner collection;
   PL_TRY(playlist_stream_read(bytes, size, collection.out()));
@@ -240,25 +245,24 @@ uint32_t count_collections(uint32_t* out_count) {
 
 uint32_t enum_collections(uint32_t index, char* buffer, uint32_t size) {
   StoreOwner store;
-  CursorOwner cursor;
-  RecordOwner record;
+  Match match;
   const char* name = nullptr;
   PL_TRY(open_store(store.out()));
-  PL_TRY(g_playlist_storage_interface->query(store.get(), nullptr, cursor.out()));
+  PL_TRY(g_playlist_storage_interface->query(store.get(), nullptr, match.cursor.out()));
   for (uint32_t i = 0; i < index; ++i) {
-    PL_TRY(g_playlist_storage_interface->cursor_next(cursor.get(), nullptr));
+    PL_TRY(g_playlist_storage_interface->cursor_next(match.cursor.get(), nullptr));
   }
-  PL_TRY(g_playlist_storage_interface->cursor_next(cursor.get(), record.out()));
-  PL_TRY(g_playlist_storage_interface->get_string(record.get(), kNameField, &name));
+  PL_TRY(g_playlist_storage_interface->cursor_next(match.cursor.get(), match.record.out()));
+  PL_TRY(g_playlist_storage_interface->get_string(match.record.get(), kNameField, &name));
   return vrel_string_strncpy(buffer, name, size);
 }
 
 uint32_t remove_collection(const char* name) {
   StoreOwner store;
-  RecordOwner record;
+  Match match;
   PL_TRY(open_store(store.out()));
-  PL_TRY(find_record(store.get(), name, record.out()));
-  return g_playlist_storage_interface->record_delete(record.get());
+  PL_TRY(find_record(store.get(), name, &match));
+  return g_playlist_storage_interface->record_delete(match.record.get());
 }
 
 }  // namespace

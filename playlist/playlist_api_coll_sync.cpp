@@ -203,12 +203,9 @@ uint32_t trova_playlist_collection_sync_process(trova_playlist_collection* colle
   PL_REQUIRE_INITIALIZED();
   PL_REQUIRE_ARG(callback != nullptr);
   PL_REQUIRE_COLLECTION(collection);
-  // The callback may release the collection: it lives until the last call of it is over.
-  PL_REQUIRE(playlist_collection_addref(collection));
   Listener listener = {callback, user_data, collection, 0};
-  CollectionLock lock(collection);
+  CollectionHold hold(collection);
   const uint32_t code = process(&listener);
-  lock.leave();
-  const uint32_t release_code = playlist_collection_release_handle(collection);
+  const uint32_t release_code = hold.end();
   PL_RETURN(code != 0 ? code : release_code);
 }

@@ -48,19 +48,20 @@ uint32_t run_parsed(vrel_vector* actions, trova_gdo* seed, Collection* collectio
 }
 
 uint32_t parse_and_run(const char* statement, trova_gdo* seed, Collection* collection,
-                       Results** out_results, char** out_message) {
+                       Results** out_results, ActionsOwner* actions, char** out_message) {
   uint8_t seed_used = 0;
-  ActionsOwner actions;
-  PL_TRY(_playlist_pdl_parse(statement, collection, &seed_used, actions.out(), out_message));
+  PL_TRY(_playlist_pdl_parse(statement, collection, &seed_used, actions->out(), out_message));
   if (seed_used != 0 && seed == nullptr) return PLERR_StatementMismatch;
-  return run_parsed(actions.get(), seed, collection, out_results);
+  return run_parsed(actions->get(), seed, collection, out_results);
 }
 
-// Caller holds collection->lock.
+// Caller holds collection->lock. The contexts of the comparisons go after the report.
 uint32_t _playlist_generate_run(const char* statement, trova_gdo* seed, Collection* collection,
                                 Results** out_results) {
   TextOwner message;
-  const uint32_t code = parse_and_run(statement, seed, collection, out_results, message.out());
+  ActionsOwner actions;
+  const uint32_t code =
+      parse_and_run(statement, seed, collection, out_results, &actions, message.out());
   report(code, message.get());
   return code;
 }
@@ -69,10 +70,9 @@ uint32_t _playlist_generate_run(const char* statement, trova_gdo* seed, Collecti
 uint32_t generate(const char* statement, trova_gdo* seed, Collection* collection,
                   Results** out_results) {
   ResultsOwner results;
-  {
-    CollectionLock lock(collection);
-    PL_TRY(_playlist_generate_run(statement, seed, collection, results.out()));
-  }
+  CollectionHold hold(collection);
+  PL_TRY(_playlist_generate_run(statement, seed, collection, results.out()));
+  PL_TRY(hold.end());
   PL_TRY(g_playlist_handlemanager_interface->handle_add(results.get()));
   *out_results = results.take();
   return 0;
@@ -96,10 +96,10 @@ uint32_t trova_playlist_statement_validate(const char* statement,
   PL_REQUIRE_INITIALIZED();
   PL_REQUIRE_ARG(!vrel_string_isempty(statement));
   PL_REQUIRE_COLLECTION(collection);
-  CollectionLock lock(collection);
+  CollectionHold hold(collection);
   const uint32_t code = validate(statement, collection, out_seed_used);
-  lock.leave();
-  PL_RETURN(code);
+  const uint32_t release_code = hold.end();
+  PL_RETURN(code != 0 ? code : release_code);
 }
 
 uint32_t trova_playlist_generate_playlist(trova_user* /*user*/, const char* statement,

@@ -66,6 +66,10 @@ const AttributeTraits& playlist_attribute_traits(const AttributeProvider* provid
 // The provider at an index of the registry.
 uint32_t playlist_attributes_get(uint32_t index, const AttributeProvider** out_provider);
 
+// Whether a record is in the registry. One that a collection points to is not once the library was
+// shut down.
+bool playlist_attributes_has(const AttributeProvider* provider);
+
 // Builds the value-key map unless it stands already.
 uint32_t playlist_gdo_initialize();
 

@@ -14,7 +14,9 @@
 
 namespace {
 
-const char kSource[] = "playlist_coll_stream";
+// Where the log places what fails here, and the warning about an attribute without support.
+const char kSource[] = "playlist_api_coll_storage";
+constexpr uint32_t kUnsupportedLine = 925;
 
 // What opens each section. Markers always take five bytes, even where fewer would do.
 constexpr uint32_t kMarkerHeader = 0x11111111u;
@@ -55,7 +57,7 @@ struct AttributeSection {
 bool attribute_section_at(Collection* collection, uint32_t index, AttributeSection* out) {
   AttributeInfo* info = nullptr;
   if (playlist_collection_attrinfo_at(collection, index, &info) != 0) return false;
-  if (info->provider->get_name(&out->name) != 0) return false;
+  if (info->provider->get_name(&out->name) != 0 || out->name == nullptr) return false;
   out->name_length = vrel_string_byteclen(out->name);
   out->values = info->values;
   return vrel_vector2_count(info->values, &out->count) == 0;
@@ -237,14 +239,22 @@ class StreamReader {
     return 0;
   }
 
-  // An integer, of which the low 32 bits count, or a boolean.
-  uint32_t number(uint32_t* out) {
+  // An integer or a boolean. Negative integers are taken as their 64 bits.
+  uint32_t wide_number(uint64_t* out) {
     if (remaining() == 0) return PLERR_CorruptData;
     const ItemKind kind = next_kind();
     if (kind != ItemKind::kInteger && kind != ItemKind::kBoolean) return PLERR_CorruptData;
     if (!unpack()) return PLERR_CorruptData;
-    *out = kind == ItemKind::kBoolean ? uint32_t{item_.data.via.boolean}
-                                      : static_cast<uint32_t>(item_.data.via.u64);
+    *out = kind == ItemKind::kBoolean ? uint64_t{item_.data.via.boolean}
+                                      : uint64_t{item_.data.via.u64};
+    return 0;
+  }
+
+  // The low 32 bits of one.
+  uint32_t number(uint32_t* out) {
+    uint64_t wide = 0;
+    PL_TRY(wide_number(&wide));
+    *out = static_cast<uint32_t>(wide);
     return 0;
   }
 
@@ -326,7 +336,7 @@ struct Reading {
 // The words that open every section.
 struct SectionStart {
   uint64_t marker;
-  uint32_t version;
+  uint64_t version;
   uint32_t length;  // of the section's name or text
 };
 
@@ -379,7 +389,7 @@ const AttributeProvider* find_provider(const Raw& name) {
   const AttributeProvider* provider = nullptr;
   for (uint32_t i = 0; playlist_attributes_get(i, &provider) == 0; ++i) {
     const char* text = nullptr;
-    if (provider->get_name(&text) != 0) continue;
+    if (provider->get_name(&text) != 0 || text == nullptr) continue;
     const uint32_t length = vrel_string_byteclen(text);
     if (vrel_string_strcmp_len(text, length, name.bytes, name.length) == 0) return provider;
   }
@@ -425,7 +435,7 @@ void warn_unsupported(const Collection* collection, const char* attribute) {
   if (g_vrel_log_callback == nullptr) return;
   if ((g_vrel_log_enabled_pkgs[kPlaylistPackage] & VREL_LOG_WARNING) == 0) return;
   g_vrel_log_callback(
-      __LINE__, kSource, kPlaylistPackage, VREL_LOG_WARNING,
+      kUnsupportedLine, kSource, kPlaylistPackage, VREL_LOG_WARNING,
       "Collection '%s' has Attribute '%s' for which no support was found. Skipping.",
       collection->name, attribute);
 }
@@ -479,7 +489,7 @@ uint32_t read_sections(Reading* reading) {
     bool end = false;
     PL_TRY(reading->reader.marker(&start.marker, &end));
     if (end) return reading->collection ? 0 : PLERR_CorruptData;
-    PL_TRY(reading->reader.number(&start.version));
+    PL_TRY(reading->reader.wide_number(&start.version));
     PL_TRY(reading->reader.number(&start.length));
     PL_TRY(read_section(reading, start));
   }

@@ -105,6 +105,34 @@ using CollectionOwner = PlaylistOwner<Collection, playlist_collection_release>;
 // As playlist_collection_release, and takes the handle out of the handle manager before the
 // collection goes: for references that may outlive the application's.
 uint32_t playlist_collection_release_handle(Collection* collection);
+// What that does with a collection that nobody has a reference on any more.
+uint32_t playlist_collection_end(Collection* collection);
+
+// Holds a reference and the lock of a collection while the application may be called back: what it
+// does there may take the application's own reference away.
+class CollectionHold {
+ public:
+  explicit CollectionHold(Collection* collection) : collection_(collection), lock_(collection) {
+    ++collection->refcount;
+  }
+  ~CollectionHold() { static_cast<void>(end()); }
+  CollectionHold(const CollectionHold&) = delete;
+  CollectionHold& operator=(const CollectionHold&) = delete;
+
+  // Gives both back. What the handle manager says when that was the last reference.
+  uint32_t end() {
+    if (collection_ == nullptr) return 0;
+    const bool is_last = --collection_->refcount == 0;
+    lock_.leave();
+    const uint32_t code = is_last ? playlist_collection_end(collection_) : 0;
+    collection_ = nullptr;
+    return code;
+  }
+
+ private:
+  Collection* collection_;
+  CollectionLock lock_;
+};
 
 // Makes the handle manager know a new collection; deletes it when that fails. Either way the
 // caller's pointer is handed over.

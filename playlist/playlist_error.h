@@ -43,7 +43,7 @@ uint32_t playlist_check_user(uint32_t line, const char* source, const trova_user
 
 #define PL_REQUIRE_ARG(condition)                                           \
   do {                                                                      \
-    if (!(condition)) return vrel_log_error(0, __func__, PLERR_InvalidArg); \
+    if (!(condition)) return vrel_report_error(__func__, PLERR_InvalidArg); \
   } while (0)
 
 #define PL_REQUIRE(check)                                 \
@@ -54,7 +54,7 @@ uint32_t playlist_check_user(uint32_t line, const char* source, const trova_user
 #define PL_REQUIRE_COLLECTION(collection) \
   PL_REQUIRE(playlist_check_handle(__LINE__, kSource, (collection), kCollectionMagic))
 
-#define PL_RETURN(code) return vrel_log_error(0, __func__, _playlist_map_error(code))
+#define PL_RETURN(code) return vrel_report_error(__func__, _playlist_map_error(code))
 
 // Inside the library: any non-zero code ends the step it came from.
 #define PL_TRY(expression)                                     \

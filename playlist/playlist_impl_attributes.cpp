@@ -15,7 +15,7 @@ namespace {
 
 const char kSource[] = "playlist_impl_attributes";
 
-// Keys with their case, neither keys nor texts copied: both are constants below.
+// Neither keys nor texts are copied, as both are constants below. Letter case of keys is ignored.
 constexpr uint32_t kKeyMapFlags = 0x1100;
 
 // Texts in place: a table of pointers would be written to whenever the library is loaded.
@@ -126,6 +126,15 @@ uint32_t playlist_attributes_get(uint32_t index, const AttributeProvider** out_p
   PL_TRY(vrel_vector2_getindex(g_playlist_attribute_mgr, index, &element));
   *out_provider = *static_cast<AttributeProvider**>(element);
   return 0;
+}
+
+bool playlist_attributes_has(const AttributeProvider* provider) {
+  const AttributeProvider* registered = nullptr;
+  if (g_playlist_attribute_mgr == nullptr) return false;
+  for (uint32_t i = 0; playlist_attributes_get(i, &registered) == 0; ++i) {
+    if (registered == provider) return true;
+  }
+  return false;
 }
 
 uint32_t playlist_gdo_initialize() {

@@ -384,6 +384,12 @@ uint32_t perform_where_op_where(PdlNode* node, uint32_t child_code, PdlNode** en
   return perform_both(node, kPdlModeFilter, child_code, enter);
 }
 
+// An operand comparison tells of its failures in one place, whether it is performed by itself or in
+// one step with what compares its scores.
+uint32_t log_operand_failure(uint32_t code) {
+  return log_error(__LINE__, code);
+}
+
 // Compares with a number in one step what a comparison with an operand would add. False where that
 // cannot be done.
 bool add_what_holds(const PdlNode* node, PdlNode* performed, uint32_t* out_code) {
@@ -392,7 +398,9 @@ bool add_what_holds(const PdlNode* node, PdlNode* performed, uint32_t* out_code)
   if (!is_number(other) || !is_operand_comparison(performed)) return false;
   if (!playlist_pdl_is_usable(performed)) return false;
   const PdlTest test = {node->kind, number_of(other), number_left};
-  return playlist_pdl_add_passing(performed, node->run.results, test, out_code);
+  if (!playlist_pdl_add_passing(performed, node->run.results, test, out_code)) return false;
+  *out_code = log_operand_failure(*out_code);
+  return true;
 }
 
 uint32_t perform_expr_op_expr(PdlNode* node, uint32_t child_code, PdlNode** enter) {
@@ -527,7 +535,7 @@ uint32_t _playlist_pdl_perform_order(PdlNode* node, uint32_t child_code, PdlNode
   PdlRun& run = node->run;
   uint32_t code = child_code;
   if (run.stage == 0) {
-    PL_TRY(playlist_pdl_scores_create(run.results, &run.scores));
+    PL_TRY(log_error(__LINE__, playlist_pdl_scores_create(run.results, &run.scores)));
     code = enter_child(node->right, run.results, run.mode, run.scores, enter);
     if (code == 0) return 0;
   }
@@ -556,7 +564,7 @@ uint32_t _playlist_pdl_perform_where_id_op_id(PdlNode* node, uint32_t /*child_co
   } else if (playlist_pdl_is_usable(node)) {
     code = playlist_pdl_add_matches(node, results);
   }
-  return log_error(__LINE__, code);
+  return log_operand_failure(code);
 }
 
 uint32_t _playlist_pdl_perform_where_expr_op_expr(PdlNode* node, uint32_t child_code,

@@ -165,7 +165,7 @@ bool is_usable(const ManagerHandle* manager) {
 
 uint32_t trova_playlist_initialize(ManagerHandle* manager) {
   PL_REQUIRE_ARG(manager != nullptr);
-  if (!is_usable(manager)) return vrel_log_error(0, __func__, PLERR_BadManager);
+  if (!is_usable(manager)) return vrel_report_error(__func__, PLERR_BadManager);
 
   vrel_spinlock_lock(&g_init_lock);
   const uint32_t count = g_init_count.load(std::memory_order_relaxed);
@@ -173,7 +173,7 @@ uint32_t trova_playlist_initialize(ManagerHandle* manager) {
   if (count == 0) code = initialize_all(manager);
   if (code == 0) g_init_count.store(count + 1, std::memory_order_release);
   vrel_spinlock_unlock(&g_init_lock);
-  if (code != 0) return vrel_log_error(0, __func__, PLERR_InitFailed);
+  if (code != 0) return vrel_report_error(__func__, PLERR_InitFailed);
 
   log_start(kPlaylistPackage);
   log_start(kManagerLogPackage);

@@ -1,4 +1,4 @@
-// vrel_error: the layout of error codes and the one step that logs them.
+// vrel_error: the layout of error codes and the steps that log them.
 #ifndef VREL_ERROR_H
 #define VREL_ERROR_H
 
@@ -22,11 +22,14 @@ constexpr uint32_t vrel_error_low(uint32_t code) {
   return code & 0xffffu;
 }
 
-// Reports a failure to the error log, when one is set and the code's own package is enabled, and
-// returns what the log's callback returned; anything else comes back unchanged.
-//
-// `line` 0 with the name of an exported function, or a source line with the name of its file.
-uint32_t vrel_log_error(uint32_t line, const char* source, uint32_t code, uint32_t extra = 0);
+// Tells the error log of a failure, when one is set and the code's own package is enabled: a source
+// line, and the name of its file. Returns the code, whatever the log's callback answers: a failure
+// stays the failure that it was.
+uint32_t vrel_log_error(uint32_t line, const char* source, uint32_t code);
+
+// The same for a failure that leaves an exported function, under the function's name. Returns what
+// the log's callback answers; that is what the application gets.
+uint32_t vrel_report_error(const char* function, uint32_t code);
 
 // vrel_log_error for the line it stands on, in a file that defines kSource.
 #define VREL_LOG_HERE(code) vrel_log_error(__LINE__, kSource, (code))
