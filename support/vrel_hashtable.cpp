@@ -11,15 +11,12 @@
 #include "vrel_spinlock.h"
 #include "vrel_string.h"
 #include "vrel_thread.h"
+#include "vrel_tuning.h"
 
 static const char kSource[] = "vrel_hashtable";
 
 static constexpr uint32_t kMagic = 0x12abcdefu;
 static constexpr uint32_t kFirstBuckets = 16;
-
-// Up to this index walking from the first entry is quicker than asking the cursor, which has a
-// lock.
-static constexpr uint32_t kNearIndex = 8;
 
 // The hash stored for an entry whose real one an entry in its chain had already: it is compared by
 // its key.
@@ -515,8 +512,8 @@ uint32_t vrel_hashtable_value_get(vrel_hashtable* table, uint32_t index, const c
                                   void** out_value, uint32_t* out_size) {
   ENTER(table, _vrel_hashtable_check(table));
   if (index >= table->count) return kVrelOutOfRange;
-  const Entry* entry = index <= kNearIndex ? _vrel_hashtable_walk(table->first, index)
-                                           : _vrel_hashtable_move_cursor(table, index);
+  const Entry* entry = index <= kVrelHashtableNearIndex ? _vrel_hashtable_walk(table->first, index)
+                                                        : _vrel_hashtable_move_cursor(table, index);
   if (out_key != nullptr) *out_key = entry->key;
   if (out_value != nullptr) *out_value = entry->value;
   if (out_size != nullptr) *out_size = entry->size;

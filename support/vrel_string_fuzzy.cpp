@@ -4,11 +4,12 @@
 #include "vrel_memory.h"
 #include "vrel_sort.h"
 #include "vrel_string.h"
+#include "vrel_tuning.h"
 
 namespace {
 
 // Texts of fewer bytes keep their tables on the stack: such a text has at most this many pairs.
-constexpr uint32_t kStackEntries = 200;
+constexpr uint32_t kStackEntries = kVrelFuzzyStackEntries;
 // What a heap table takes beside four bytes for each byte of its text: the record, the one pair
 // that a text has more than bytes, and a word to spare.
 constexpr uint64_t kHeapExtra = sizeof(vrel_bigrams) + 2 * sizeof(uint32_t);
@@ -20,11 +21,6 @@ bool is_blank(uint32_t character) {
 uint32_t fold(uint32_t character) {
   return character >= 'A' && character <= 'Z' ? character + 32 : character;
 }
-
-// A table that has so many times the entries of another is searched for them.
-constexpr uint32_t kMuchLonger = 8;
-// Up to here the simplest sort is the quickest.
-constexpr uint32_t kShortTable = 48;
 
 // The next character, folded and cut to 16 bits. False for bytes that are not UTF-8.
 bool next_character(const char** at, uint32_t* out) {
@@ -143,7 +139,7 @@ uint32_t search_common(const vrel_bigrams& shorter, const vrel_bigrams& longer) 
 }
 
 uint32_t count_common(const vrel_bigrams& shorter, const vrel_bigrams& longer) {
-  const bool alike = longer.count / kMuchLonger <= shorter.count;
+  const bool alike = longer.count / kVrelFuzzyMuchLonger <= shorter.count;
   return alike ? merge_common(shorter, longer) : search_common(shorter, longer);
 }
 
@@ -192,7 +188,7 @@ void vrel_string_bigrams_delete(vrel_bigrams* table) {
 }
 
 void vrel_string_bigrams_sort(vrel_bigrams* table) {
-  if (table->count <= kShortTable) return insertion_sort(table);
+  if (table->count <= kVrelFuzzyShortTable) return insertion_sort(table);
   static_cast<void>(
       vrel_utils_qsort(table->entries, table->count, sizeof(uint32_t), compare_entries, nullptr));
 }

@@ -10,14 +10,11 @@
 #include "vrel_pages.h"
 #include "vrel_sort.h"
 #include "vrel_thread.h"
+#include "vrel_tuning.h"
 
 static const char kSource[] = "vrel_vector2";
 
 static constexpr uint32_t kMagic = 0xabcdef13u;
-
-// Moving this much costs about as much as finding one's way through the pages.
-static constexpr uint32_t kLongTail = 16 * 1024;
-static constexpr uint32_t kPageBytes = 8 * 1024;
 
 // Flat: `pages` is null and `data` holds the elements. Paged: `pages` holds them, `data` is null
 // and `capacity` is what the flat array will have when the vector turns back.
@@ -317,8 +314,8 @@ uint32_t vrel_vector2_create(vrel_vector2** out, uint32_t element_size, uint32_t
   vector->flags = flags;
   vector->compare = compare;
   vector->release = release;
-  vector->long_tail = kLongTail;
-  vector->page_bytes = kPageBytes;
+  vector->long_tail = kVrelVectorLongTail;
+  vector->page_bytes = kVrelVectorPageBytes;
   vector->magic = kMagic;
   *out = vector;
   // The vector is handed out even when its lock fails: callers delete it by what they were given.
