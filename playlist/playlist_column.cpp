@@ -7,12 +7,13 @@
 #include "playlist_owner.h"
 #include "vrel_memory.h"
 #include "vrel_string.h"
+#include "vrel_tuning.h"
 
 namespace {
 
 using ColumnOwner = PlaylistOwner<ValueColumn, playlist_column_delete>;
 
-constexpr uint32_t kFirstSlotBits = 8;
+constexpr uint32_t kFirstSlotBits = kPlaylistColumnSlotBits;
 
 template <typename T>
 void release(T* block) {
@@ -142,7 +143,7 @@ const char* text_of(const ValueColumn& column, const vrel_stringtable* texts, ui
 }
 
 bool index_texts(ValueColumn* column, const vrel_stringtable* texts) {
-  uint32_t size = 4;
+  uint32_t size = kPlaylistColumnTexts;
   while (size / 2 < column->value_count) size *= 2;
   PlaylistOwner<uint32_t, release<uint32_t>> table(playlist_array_of_zeros<uint32_t>(size));
   if (!table) return false;

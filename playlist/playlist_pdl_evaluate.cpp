@@ -14,16 +14,14 @@
 #include "playlist_walk.h"
 #include "vrel_memory.h"
 #include "vrel_sort.h"
+#include "vrel_tuning.h"
 
 namespace {
 
 constexpr uint32_t kNoRecord = UINT32_MAX;
 
-// How many values are looked at one by one before they are searched.
-constexpr uint32_t kSteps = 4;
-
-// How many entries are handed to a playlist at a time.
-constexpr uint32_t kBatch = 32;
+constexpr uint32_t kSteps = kPlaylistJoinSteps;
+constexpr uint32_t kBatch = kPlaylistEntryBatch;
 
 // One comparison and the values that it is asked about.
 struct Question {
@@ -225,7 +223,7 @@ bool add_selected(const ValueColumn& column, const Selection& selection, Results
                   uint32_t* out_code) {
   if (_playlist_results_reserve(results, selection.total) != 0) return false;
   Adder adder(results);
-  const bool few = selection.total <= column.entry_count / 8;
+  const bool few = selection.total <= column.entry_count / kPlaylistFewShare;
   if (selection.values == 1 && selection.end == column.entry_count) {
     add_only(column, selection, &adder);
   } else if (selection.values != 0 && !(few && add_by_marks(column, selection, &adder))) {
