@@ -118,13 +118,23 @@ static bool _vrel_hashtable_matches(const vrel_hashtable* table, const Entry* en
   return entry->hash == kMatchByKey && _vrel_hashtable_same_key(table, entry->key, key.text);
 }
 
-// The hash that a new entry is to store.
-static uint32_t _vrel_hashtable_stored_hash(const vrel_hashtable* table, const Entry* chain,
-                                            Key key) {
-  for (const Entry* entry = chain; entry != nullptr; entry = entry->chain_next) {
-    const bool collides =
-        entry->hash == key.hash && !_vrel_hashtable_same_key(table, entry->key, key.text);
-    if (collides) return kMatchByKey;
+// The hash that a new entry is to store, at the end of the chain from `first` to `last`.
+//
+// All entries that store the same hash have the same key, so any of them decides. It is looked for
+// from both ends at once: a key with many values mostly has one at either.
+static uint32_t _vrel_hashtable_stored_hash(const vrel_hashtable* table, const Entry* first,
+                                            const Entry* last, Key key) {
+  if (key.hash == kMatchByKey) return kMatchByKey;
+  const Entry* low = first;
+  const Entry* high = last;
+  while (low != nullptr) {
+    const Entry* const entry = low->hash == key.hash ? low : high;
+    if (entry->hash == key.hash) {
+      return _vrel_hashtable_same_key(table, entry->key, key.text) ? key.hash : kMatchByKey;
+    }
+    if (low == high || low->chain_next == high) break;
+    low = low->chain_next;
+    high = high->chain_previous;
   }
   return key.hash;
 }
@@ -328,7 +338,8 @@ static uint32_t _vrel_hashtable_add(vrel_hashtable* table, Key key, const void* 
   }
   if (old != nullptr) _vrel_hashtable_unlink(table, old);
   const Entry* chain = table->buckets[_vrel_hashtable_bucket(table, key.hash)];
-  entry->hash = _vrel_hashtable_stored_hash(table, chain, key);
+  const Entry* last = chain == nullptr ? nullptr : chain->chain_last;
+  entry->hash = _vrel_hashtable_stored_hash(table, chain, last, key);
   _vrel_hashtable_link(table, entry);
   if (old != nullptr) _vrel_hashtable_entry_release(table, old);
   return 0;
