@@ -518,7 +518,7 @@ bool playlist_pdl_add_passing(PdlNode* comparison, Results* results, const PdlTe
   const Question question = question_of(comparison, results);
   ValueColumn* const column = column_for(question);
   // Where an entry goes among sorted ones depends on which of them are there.
-  if (column == nullptr || vrel_vector2_sorted(results->entries) != 0) return false;
+  if (column == nullptr || vrel_vector2_is_sorted(results->entries)) return false;
   Selection selection = {};
   selection.test = &test;
   uint32_t code = 0;
