@@ -13,6 +13,11 @@ if(TROVA_SANITIZE)
   target_link_options(trova_common INTERFACE -fsanitize=${TROVA_SANITIZE})
 endif()
 
+# The smallest legal figures of vrel_tuning.h.
+if(TROVA_TINY)
+  target_compile_definitions(trova_common INTERFACE TROVA_TINY)
+endif()
+
 # What libFuzzer watches: every branch of everything that the fuzzers link.
 if(TROVA_FUZZ)
   target_compile_options(trova_common INTERFACE -fsanitize=fuzzer-no-link)

@@ -5,13 +5,13 @@
 #include "vrel_memory.h"
 #include "vrel_radix.h"
 #include "vrel_string.h"
+#include "vrel_tuning.h"
 
 namespace {
 
 const char kSource[] = "playlist_api_coll_sync";
 
-// Ids that are copied at a time.
-constexpr uint32_t kBatch = 256;
+constexpr uint32_t kBatch = kPlaylistSyncBatch;
 
 void delete_strings(vrel_stringtable* table) {
   static_cast<void>(vrel_stringtable_delete(table));

@@ -75,7 +75,7 @@ uint32_t _playlist_results_add_result(Results* results, const ValueEntry& record
 
 uint32_t _playlist_results_append(Results* results, const ResultEntry* entries, uint32_t count) {
   results->distinct = false;
-  if (vrel_vector2_sorted(results->entries) == 0) {
+  if (!vrel_vector2_is_sorted(results->entries)) {
     return vrel_vector2_append_n(results->entries, entries, count, sizeof *entries);
   }
   for (uint32_t i = 0; i < count; ++i) {

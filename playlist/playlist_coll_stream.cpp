@@ -11,6 +11,7 @@
 #include "vrel_log.h"
 #include "vrel_memory.h"
 #include "vrel_string.h"
+#include "vrel_tuning.h"
 
 namespace {
 
@@ -340,7 +341,7 @@ struct SectionStart {
   uint32_t length;  // of the section's name or text
 };
 
-constexpr uint32_t kLeastNamesRoom = 64;
+constexpr uint32_t kLeastNamesRoom = kPlaylistNamesRoom;
 
 // Gives a name its terminator. The text is good until the next one is kept.
 uint32_t keep_name(Reading* reading, const Raw& name, const char** out_text) {

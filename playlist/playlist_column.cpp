@@ -8,12 +8,13 @@
 #include "playlist_owner.h"
 #include "vrel_memory.h"
 #include "vrel_string.h"
+#include "vrel_tuning.h"
 
 namespace {
 
 using ColumnOwner = PlaylistOwner<ValueColumn, playlist_column_delete>;
 
-constexpr uint32_t kFirstSlotBits = 8;
+constexpr uint32_t kFirstSlotBits = kPlaylistColumnSlotBits;
 
 template <typename T>
 void release(T* block) {
@@ -152,7 +153,7 @@ constexpr uint32_t value_at(uint32_t place) {
 
 // How many places may be looked at for one text. Texts whose hashes are made to meet would else
 // cost the square of their number.
-constexpr uint32_t kMostPlaces = 1024;
+constexpr uint32_t kMostPlaces = kPlaylistColumnPlaces;
 
 // The place of a text, or the free one where it belongs; null when there are too many before it.
 uint32_t* place_of(const ValueColumn& column, uint32_t* table, uint32_t mask,
@@ -166,7 +167,7 @@ uint32_t* place_of(const ValueColumn& column, uint32_t* table, uint32_t mask,
 }
 
 bool index_texts(ValueColumn* column, const vrel_stringtable* texts) {
-  uint32_t size = 4;
+  uint32_t size = kPlaylistColumnTexts;
   while (size / 2 < column->value_count) size *= 2;
   PlaylistOwner<uint32_t, release<uint32_t>> table(playlist_array_of_zeros<uint32_t>(size));
   if (!table) return false;

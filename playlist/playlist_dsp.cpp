@@ -7,6 +7,7 @@
 #include "playlist_services.h"
 #include "vrel_memory.h"
 #include "vrel_string.h"
+#include "vrel_tuning.h"
 
 namespace {
 
@@ -100,9 +101,9 @@ bool read_row(const NormalizedMoodVector& seed, uint32_t id, int32_t* out_row) {
 
 // A record of the memo: the mood, whether it is known, and its row. A mood is within a few records
 // from where its hash points to, or replaces the one there.
-constexpr uint32_t kMemoBits = 9;
+constexpr uint32_t kMemoBits = kPlaylistMoodMemoBits;
 constexpr uint32_t kMemoRecords = 1u << kMemoBits;
-constexpr uint32_t kMemoProbes = 4;
+constexpr uint32_t kMemoProbes = kPlaylistMoodMemoProbes;
 constexpr uint32_t kMemoHead = 2;
 
 uint32_t memo_record_size(const NormalizedMoodVector& seed) {
@@ -150,7 +151,7 @@ const char* after(const char* text, char mark) {
   return *text == mark ? text + 1 : nullptr;
 }
 
-constexpr uint32_t kPlainDigits = 9;  // so many always fit
+constexpr uint32_t kPlainDigits = kPlaylistPlainDigits;
 
 // The number at the cursor, which moves behind its digits as far as they are plain.
 uint32_t read_number(const char** cursor) {

@@ -9,6 +9,7 @@
 #include "vrel_memory.h"
 #include "vrel_random.h"
 #include "vrel_string.h"
+#include "vrel_tuning.h"
 
 namespace {
 
@@ -16,8 +17,7 @@ const char kSource[] = "playlist_pdl_actions";
 
 // What WHERE-ALL gives every ident.
 constexpr int32_t kWhereAllScore = 1000;
-// How many idents it takes at a time.
-constexpr uint32_t kIdBatch = 64;
+constexpr uint32_t kIdBatch = kPlaylistIdentBatch;
 
 uint32_t log_error(uint32_t line, uint32_t code) {
   return vrel_log_error(line, kSource, code);

@@ -15,14 +15,12 @@
 #include "playlist_walk.h"
 #include "vrel_memory.h"
 #include "vrel_sort.h"
+#include "vrel_tuning.h"
 
 namespace {
 
-// How many values are looked at one by one before they are searched.
-constexpr uint32_t kSteps = 4;
-
-// How many entries are handed to a playlist at a time.
-constexpr uint32_t kBatch = 32;
+constexpr uint32_t kSteps = kPlaylistJoinSteps;
+constexpr uint32_t kBatch = kPlaylistEntryBatch;
 
 // One comparison and the values that it is asked about.
 struct Question {
@@ -224,7 +222,7 @@ bool add_selected(const ValueColumn& column, const Selection& selection, Results
                   uint32_t* out_code) {
   if (_playlist_results_reserve(results, selection.total) != 0) return false;
   Adder adder(results);
-  const bool few = selection.total <= column.entry_count / 8;
+  const bool few = selection.total <= column.entry_count / kPlaylistFewShare;
   if (selection.values == 1 && selection.end == column.entry_count) {
     add_only(column, selection, &adder);
   } else if (selection.values != 0 && !(few && add_by_marks(column, selection, &adder))) {
@@ -648,7 +646,7 @@ bool playlist_pdl_add_passing(PdlNode* comparison, Results* results, const PdlTe
   const Question question = question_of(comparison, results);
   ValueColumn* const column = column_for(question);
   // Where an entry goes among sorted ones depends on which of them are there.
-  if (column == nullptr || vrel_vector2_sorted(results->entries) != 0) return false;
+  if (column == nullptr || vrel_vector2_is_sorted(results->entries)) return false;
   Selection selection = {};
   selection.test = &test;
   uint32_t code = 0;

@@ -2,13 +2,13 @@
 #include "playlist_score_cache.h"
 
 #include "vrel_memory.h"
+#include "vrel_tuning.h"
 
 namespace {
 
-constexpr uint32_t kSlotBits = 9;
+constexpr uint32_t kSlotBits = kPlaylistScoreCacheBits;
 constexpr uint32_t kSlots = 1u << kSlotBits;
-// A statement may have many comparisons over few values: those never make slots.
-constexpr uint32_t kQuestionsBeforeSlots = 64;
+constexpr uint32_t kQuestionsBeforeSlots = kPlaylistScoreCacheQuestions;
 
 ScoreCacheSlot* slot_of(const ScoreCache* cache, const ValueEntry& value) {
   // Multiplying by 2^32 divided by the golden ratio spreads neighbouring values; the upper bits are

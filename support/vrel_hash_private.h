@@ -13,8 +13,8 @@ constexpr uint32_t kVrelHashPower2 = 33 * 33;
 constexpr uint32_t kVrelHashPower4 = kVrelHashPower2 * kVrelHashPower2;
 constexpr uint32_t kVrelHashPower8 = kVrelHashPower4 * kVrelHashPower4;
 
-// One more byte of the string. Idents are enumerated in the order of these hashes, so applications
-// see them.
+// One more byte of the string. String tables are enumerated in the order of these hashes, so
+// applications see them.
 constexpr uint32_t _vrel_hash_step(uint32_t hash, unsigned char byte) {
   return hash * 33 + byte;
 }

@@ -6,18 +6,14 @@
 #include "vrel_array_private.h"
 #include "vrel_counts_private.h"
 #include "vrel_memory.h"
+#include "vrel_tuning.h"
 
 using Entry = vrel_hashindex_entry;
 using Place = vrel_hashindex_place;
 
-// Half a page moves when an entry goes into its middle; 512 entries are 4 KiB.
-static constexpr uint32_t kPerPage = 512;
-static constexpr uint32_t kFirstEntries = 8;
-static constexpr uint32_t kFirstPages = 4;
-
-// How far from the guess the hash is looked for before the page is halved. Where hashes are spread
-// evenly, nearly all are found: the guess is wrong by some half of the root of the page's count.
-static constexpr uint32_t kReach = 24;
+static constexpr uint32_t kPerPage = kVrelIndexPerPage;
+static constexpr uint32_t kReach = kVrelIndexReach;
+static_assert(kPerPage >= 2, "a page must be able to give away a half and keep one");
 
 struct HashPage {
   Entry* entries;
@@ -127,7 +123,7 @@ static bool _vrel_hashindex_grow_page(HashPage* page, uint32_t room) {
 // Makes page number `at`, without entries: the caller fills it, and builds the tree.
 static bool _vrel_hashindex_open(vrel_hashindex* index, uint32_t at, uint32_t room) {
   const bool is_full = index->page_count == index->room;
-  const uint32_t wanted = index->room == 0 ? kFirstPages : index->room + index->room / 2;
+  const uint32_t wanted = index->room == 0 ? kVrelIndexFirstPages : index->room + index->room / 2;
   if (is_full && !_vrel_hashindex_reserve(index, wanted)) return false;
   HashPage fresh = {};
   if (!_vrel_hashindex_grow_page(&fresh, room)) return false;
@@ -162,7 +158,7 @@ static bool _vrel_hashindex_split(vrel_hashindex* index, Place* place) {
 
 // Sees to it that the page of the place has room.
 static bool _vrel_hashindex_make_room(vrel_hashindex* index, Place* place) {
-  if (index->page_count == 0) return _vrel_hashindex_open(index, 0, kFirstEntries);
+  if (index->page_count == 0) return _vrel_hashindex_open(index, 0, kVrelIndexFirstEntries);
   HashPage* const page = index->pages + place->page;
   if (page->count < page->room) return true;
   if (page->room < kPerPage) {
@@ -239,7 +235,7 @@ bool vrel_hashindex_insert_equal(vrel_hashindex* index, vrel_hashindex_entry ent
 
 bool vrel_hashindex_fill(vrel_hashindex* index, const vrel_hashindex_entry* entries,
                          uint32_t count) {
-  bool fits = _vrel_hashindex_reserve(index, count / kPerPage + kFirstPages);
+  bool fits = _vrel_hashindex_reserve(index, count / kPerPage + kVrelIndexFirstPages);
   for (uint32_t left = count; fits && left > 0;) {
     const uint32_t take = left < kPerPage ? left : kPerPage;
     fits = _vrel_hashindex_open(index, index->page_count, take);

@@ -11,15 +11,12 @@
 #include "vrel_spinlock.h"
 #include "vrel_string.h"
 #include "vrel_thread.h"
+#include "vrel_tuning.h"
 
 static const char kSource[] = "vrel_hashtable";
 
 static constexpr uint32_t kMagic = 0x12abcdefu;
 static constexpr uint32_t kFirstBuckets = 16;
-
-// Up to this index walking from the first entry is quicker than asking the cursor, which has a
-// lock.
-static constexpr uint32_t kNearIndex = 8;
 
 // The hash stored for an entry whose real one an entry in its chain had already: it is compared by
 // its key.
@@ -121,13 +118,23 @@ static bool _vrel_hashtable_matches(const vrel_hashtable* table, const Entry* en
   return entry->hash == kMatchByKey && _vrel_hashtable_same_key(table, entry->key, key.text);
 }
 
-// The hash that a new entry is to store.
-static uint32_t _vrel_hashtable_stored_hash(const vrel_hashtable* table, const Entry* chain,
-                                            Key key) {
-  for (const Entry* entry = chain; entry != nullptr; entry = entry->chain_next) {
-    const bool collides =
-        entry->hash == key.hash && !_vrel_hashtable_same_key(table, entry->key, key.text);
-    if (collides) return kMatchByKey;
+// The hash that a new entry is to store, at the end of the chain from `first` to `last`.
+//
+// All entries that store the same hash have the same key, so any of them decides. It is looked for
+// from both ends at once: a key with many values mostly has one at either.
+static uint32_t _vrel_hashtable_stored_hash(const vrel_hashtable* table, const Entry* first,
+                                            const Entry* last, Key key) {
+  if (key.hash == kMatchByKey) return kMatchByKey;
+  const Entry* low = first;
+  const Entry* high = last;
+  while (low != nullptr) {
+    const Entry* const entry = low->hash == key.hash ? low : high;
+    if (entry->hash == key.hash) {
+      return _vrel_hashtable_same_key(table, entry->key, key.text) ? key.hash : kMatchByKey;
+    }
+    if (low == high || low->chain_next == high) break;
+    low = low->chain_next;
+    high = high->chain_previous;
   }
   return key.hash;
 }
@@ -331,7 +338,8 @@ static uint32_t _vrel_hashtable_add(vrel_hashtable* table, Key key, const void* 
   }
   if (old != nullptr) _vrel_hashtable_unlink(table, old);
   const Entry* chain = table->buckets[_vrel_hashtable_bucket(table, key.hash)];
-  entry->hash = _vrel_hashtable_stored_hash(table, chain, key);
+  const Entry* last = chain == nullptr ? nullptr : chain->chain_last;
+  entry->hash = _vrel_hashtable_stored_hash(table, chain, last, key);
   _vrel_hashtable_link(table, entry);
   if (old != nullptr) _vrel_hashtable_entry_release(table, old);
   return 0;
@@ -515,8 +523,8 @@ uint32_t vrel_hashtable_value_get(vrel_hashtable* table, uint32_t index, const c
                                   void** out_value, uint32_t* out_size) {
   ENTER(table, _vrel_hashtable_check(table));
   if (index >= table->count) return kVrelOutOfRange;
-  const Entry* entry = index <= kNearIndex ? _vrel_hashtable_walk(table->first, index)
-                                           : _vrel_hashtable_move_cursor(table, index);
+  const Entry* entry = index <= kVrelHashtableNearIndex ? _vrel_hashtable_walk(table->first, index)
+                                                        : _vrel_hashtable_move_cursor(table, index);
   if (out_key != nullptr) *out_key = entry->key;
   if (out_value != nullptr) *out_value = entry->value;
   if (out_size != nullptr) *out_size = entry->size;

@@ -5,10 +5,11 @@
 
 #include "vrel_counts_private.h"
 #include "vrel_memory.h"
+#include "vrel_tuning.h"
 
 // A page must be able to give away a half and keep one.
 static constexpr uint32_t kLeastPerPage = 2;
-static constexpr uint32_t kFirstRoom = 16;
+static constexpr uint32_t kFirstRoom = kVrelPagesFirstRoom;
 
 // A block with room for per_page elements. Elements come in at whichever end is nearer.
 struct Page {

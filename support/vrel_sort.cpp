@@ -13,6 +13,7 @@
 #include "vrel_error.h"
 #include "vrel_memory.h"
 #include "vrel_radix.h"
+#include "vrel_tuning.h"
 
 static const char kSource[] = "vrel_sort";
 
@@ -323,9 +324,9 @@ static uint32_t _vrel_sort_log2(uint32_t count) {
   return log2;
 }
 
-// Shuffled input costs the quicksort about 1.39 n log2 n comparisons, and hardly ever n more.
 static Course _vrel_sort_course(uint32_t count, uint32_t wanted) {
-  return {count <= kPlainCount, uint64_t{count} * (_vrel_sort_log2(count) + 1) * 3 / 2, wanted};
+  const uint64_t levels = _vrel_sort_log2(count) + 1;
+  return {count <= kPlainCount, count * levels * kVrelSortBudgetHalves / 2, wanted};
 }
 
 // Rotates what is all equal, as the quicksort would, and sorts what is ascending or descending
@@ -346,7 +347,8 @@ static bool _vrel_sort_presorted(const Items& items, uint32_t count) {
     _vrel_sort_rotate(items, 0, count);
     return true;
   }
-  const bool few = count <= kPlainCount || steps < 6 * (_vrel_sort_log2(count) + 1);
+  const bool few =
+      count <= kPlainCount || steps < kVrelSortManyValues * (_vrel_sort_log2(count) + 1);
   if (steps + 1 < count && few) return false;
   if (descents != 0) _vrel_sort_reverse(items, 0, count);
   return true;
@@ -364,14 +366,9 @@ uint32_t vrel_utils_qsort(void* array, uint32_t count, uint32_t element_size,
 
 // ---- By keys ----
 
-// Below this the quicksort is as quick as going through all digits.
-static constexpr uint32_t kLeastRadix = 48;
-
-// So much more than what is wanted makes it worth while to leave the rest unsorted.
-static constexpr uint32_t kMuchMore = 16;
-
-// So many times its budget, for certain, and the quicksort is not even tried.
-static constexpr uint32_t kOvertaxed = 2;
+static constexpr uint32_t kLeastRadix = kVrelSortLeastRadix;
+static constexpr uint32_t kMuchMore = kVrelSortMuchMore;
+static constexpr uint32_t kOvertaxed = kVrelSortOvertaxed;
 
 // How many pairs of keys in sorted order are equal. The quicksort compares each of them: equal
 // elements stay side by side until one of them is the pivot.

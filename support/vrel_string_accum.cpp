@@ -5,10 +5,11 @@
 #include "vrel_memory.h"
 #include "vrel_string.h"
 #include "vrel_string_private.h"
+#include "vrel_tuning.h"
 
 static const char kSource[] = "vrel_string_accum";
 
-constexpr uint32_t kFirstSize = 64;
+constexpr uint32_t kFirstSize = kVrelAccumFirstSize;
 
 struct vrel_string_accum {
   char* data;       // `length` bytes and a terminator; null until there is something to hold

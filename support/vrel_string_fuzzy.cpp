@@ -1,16 +1,20 @@
 // vrel_string_fuzzy: how alike two texts are, by the pairs of characters that they share.
 #include "vrel_string_fuzzy.h"
 
+#include "vrel_error.h"
 #include "vrel_memory.h"
 #include "vrel_sort.h"
 #include "vrel_string.h"
+#include "vrel_tuning.h"
+
+static const char kSource[] = "vrel_string_fuzzy";
 
 namespace {
 
 // Texts of fewer bytes keep their tables on the stack: such a text has at most this many pairs.
-constexpr uint32_t kStackEntries = 200;
+constexpr uint32_t kStackEntries = kVrelFuzzyStackEntries;
 // What a heap table takes beside four bytes for each byte of its text: the record, the one pair
-// that a text has more than bytes, and a word to spare.
+// that a text has more than bytes, and the word behind the pairs.
 constexpr uint64_t kHeapExtra = sizeof(vrel_bigrams) + 2 * sizeof(uint32_t);
 
 bool is_blank(uint32_t character) {
@@ -20,11 +24,6 @@ bool is_blank(uint32_t character) {
 uint32_t fold(uint32_t character) {
   return character >= 'A' && character <= 'Z' ? character + 32 : character;
 }
-
-// A table that has so many times the entries of another is searched for them.
-constexpr uint32_t kMuchLonger = 8;
-// Up to here the simplest sort is the quickest.
-constexpr uint32_t kShortTable = 48;
 
 // The next character, folded and cut to 16 bits. False for bytes that are not UTF-8.
 bool next_character(const char** at, uint32_t* out) {
@@ -143,7 +142,7 @@ uint32_t search_common(const vrel_bigrams& shorter, const vrel_bigrams& longer) 
 }
 
 uint32_t count_common(const vrel_bigrams& shorter, const vrel_bigrams& longer) {
-  const bool alike = longer.count / kMuchLonger <= shorter.count;
+  const bool alike = longer.count / kVrelFuzzyMuchLonger <= shorter.count;
   return alike ? merge_common(shorter, longer) : search_common(shorter, longer);
 }
 
@@ -159,11 +158,24 @@ void insertion_sort(vrel_bigrams* table) {
   }
 }
 
+// An empty text has one pair, 0. So may a text that begins above U+FFFF and goes on with bytes that
+// are not UTF-8, but there the word behind the pair is not 0.
+bool is_of_empty_text(const vrel_bigrams& heap_table) {
+  const uint32_t* const entries = heap_table.entries;
+  return heap_table.count == 1 && entries[0] == 0 && entries[1] == 0;
+}
+
 float likeness(const vrel_bigrams& a, const vrel_bigrams& b) {
   const uint32_t total = a.count + b.count;
   if (total == 0) return 0.0f;
   const uint32_t common = a.count < b.count ? count_common(a, b) : count_common(b, a);
   return static_cast<float>(common) / (static_cast<float>(total) * 0.5f);
+}
+
+float likeness_to_sorted(const char* text, const vrel_bigrams& sorted, uint32_t flags) {
+  Bigrams pairs(text, flags);
+  vrel_string_bigrams_sort(pairs.table());
+  return likeness(*pairs.table(), sorted);
 }
 
 }  // namespace
@@ -172,17 +184,18 @@ float vrel_string_fuzzycmp(const char* a, const char* b, uint32_t flags) {
   if (vrel_string_isempty(a) || vrel_string_isempty(b)) return 0.0f;
   Bigrams pairs_b(b, flags);
   vrel_string_bigrams_sort(pairs_b.table());
-  return vrel_string_fuzzycmp_sorted(a, pairs_b.table(), flags);
+  return likeness_to_sorted(a, *pairs_b.table(), flags);
 }
 
 uint32_t vrel_string_create_bigrams(const char* text, uint32_t flags, vrel_bigrams** out_table) {
-  if (text == nullptr || out_table == nullptr) return kVrelStringInvalidArg;
+  if (text == nullptr || out_table == nullptr) return VREL_LOG_HERE(kVrelStringInvalidArg);
   const uint64_t size = uint64_t{4} * vrel_string_byteclen(text) + kHeapExtra;
-  if (size > SIZE_MAX) return kVrelStringNoMemory;
+  if (size > SIZE_MAX) return VREL_LOG_HERE(kVrelStringNoMemory);
   auto* const table = static_cast<vrel_bigrams*>(vrel_memory_calloc(1, static_cast<size_t>(size)));
-  if (table == nullptr) return kVrelStringNoMemory;
+  if (table == nullptr) return VREL_LOG_HERE(kVrelStringNoMemory);
   table->entries = reinterpret_cast<uint32_t*>(table + 1);
   table->count = fill(text, flags, table->entries);
+  table->entries[table->count] = vrel_string_isempty(text) ? 0 : 1;
   *out_table = table;
   return 0;
 }
@@ -192,14 +205,12 @@ void vrel_string_bigrams_delete(vrel_bigrams* table) {
 }
 
 void vrel_string_bigrams_sort(vrel_bigrams* table) {
-  if (table->count <= kShortTable) return insertion_sort(table);
+  if (table->count <= kVrelFuzzyShortTable) return insertion_sort(table);
   static_cast<void>(
       vrel_utils_qsort(table->entries, table->count, sizeof(uint32_t), compare_entries, nullptr));
 }
 
 float vrel_string_fuzzycmp_sorted(const char* text, const vrel_bigrams* sorted, uint32_t flags) {
-  if (vrel_string_isempty(text)) return 0.0f;
-  Bigrams pairs(text, flags);
-  vrel_string_bigrams_sort(pairs.table());
-  return likeness(*pairs.table(), *sorted);
+  if (vrel_string_isempty(text) || is_of_empty_text(*sorted)) return 0.0f;
+  return likeness_to_sorted(text, *sorted, flags);
 }

@@ -3,6 +3,8 @@
 // The likeness is the Dice coefficient of the texts' multisets of character pairs: 1.0 for equal
 // texts, 0.0 for texts without a common pair. ASCII letters are compared without their case.
 // Characters above U+FFFF count by their low 16 bits, and a byte that is not UTF-8 ends its text.
+//
+// Failures are logged as "vrel_string_fuzzy".
 #ifndef VREL_STRING_FUZZY_H
 #define VREL_STRING_FUZZY_H
 
@@ -30,7 +32,8 @@ uint32_t vrel_string_create_bigrams(const char* text, uint32_t flags, vrel_bigra
 void vrel_string_bigrams_delete(vrel_bigrams* table);
 
 // For comparing many texts with one: sorts that one's table once, and then answers for each text
-// what vrel_string_fuzzycmp() would, with the flags that the table was made with.
+// what vrel_string_fuzzycmp() would, with the flags that the table was made with. The table is one
+// of vrel_string_create_bigrams().
 void vrel_string_bigrams_sort(vrel_bigrams* table);
 float vrel_string_fuzzycmp_sorted(const char* text, const vrel_bigrams* sorted, uint32_t flags);
 

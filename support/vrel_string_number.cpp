@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "vrel_string.h"
+#include "vrel_tuning.h"
 
 // -- integers -------------------------------------------------------------------------------------
 
@@ -86,9 +87,8 @@ int32_t vrel_string_atoi32(const char* text) {
 
 // Most numbers are nothing but a few digits.
 uint32_t vrel_string_atou32(const char* text) {
-  constexpr uint32_t kSafeDigits = 9;
   uint32_t value = 0;
-  for (uint32_t i = 0; text != nullptr && i <= kSafeDigits; ++i) {
+  for (uint32_t i = 0; text != nullptr && i <= kVrelSafeDigits; ++i) {
     if (i > 0 && text[i] == '\0') return value;
     const uint32_t digit = static_cast<uint8_t>(text[i]) - uint32_t{'0'};
     if (digit > 9) break;

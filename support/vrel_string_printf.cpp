@@ -6,6 +6,7 @@
 #include "vrel_error.h"
 #include "vrel_string.h"
 #include "vrel_string_private.h"
+#include "vrel_tuning.h"
 
 static const char kSource[] = "vrel_string_printf";
 
@@ -203,7 +204,7 @@ static uint32_t _vrel_string_put_repeated(vrel_string_sink* sink, const char* by
 
 static uint32_t _vrel_string_put_fill(vrel_string_sink* sink, char fill, size_t count) {
   if (count == 0) return 0;
-  char chunk[32];
+  char chunk[kVrelPrintfChunk];
   memset(chunk, fill, sizeof chunk);
   uint32_t error = 0;
   for (; count > sizeof chunk && error == 0; count -= sizeof chunk) {

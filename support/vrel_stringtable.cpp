@@ -11,6 +11,7 @@
 #include "vrel_layout.h"
 #include "vrel_memory.h"
 #include "vrel_radix.h"
+#include "vrel_tuning.h"
 #include "vrel_vector2.h"
 
 static const char kSource[] = "vrel_stringtable";
@@ -18,19 +19,15 @@ static const char kSource[] = "vrel_stringtable";
 static constexpr uint32_t kMagic = 0x2abcdef3u;
 
 // Room for new strings is made an eighth of the text at a time, within these limits.
-static constexpr uint32_t kLeastBlock = 256;
-static constexpr uint32_t kLargestBlock = 1024 * 1024;
-static constexpr uint32_t kFirstRoom = 4;
+static constexpr uint32_t kLeastPower = kVrelTextLeastPower;
+static constexpr uint32_t kLeastBlock = 1u << kLeastPower;
+static constexpr uint32_t kLargestBlock = 1u << kVrelTextLargestPower;
+static constexpr uint32_t kFirstRoom = kVrelTextFirstRoom;
 
-// From so many chunks on they are found through a guide.
-static constexpr uint32_t kGuidedRoom = 32;
-static constexpr uint32_t kNearChunks = 4;
-static constexpr uint32_t kLeastPower = 8;
-static_assert(1u << kLeastPower == kLeastBlock, "the first bucket is as long as the first chunk");
+static constexpr uint32_t kGuidedRoom = kVrelTextGuidedRoom;
+static constexpr uint32_t kNearChunks = kVrelTextNearChunks;
+static_assert(kLeastPower >= 3, "there are eight buckets for each power of two");
 static constexpr uint32_t kBuckets = 1 + (32 - kLeastPower) * 8;
-
-// Entries that are first made room for when a text is indexed.
-static constexpr uint32_t kFirstEntries = 64;
 
 // A run of zero bytes this long in an attached text is what a removed string has left.
 static constexpr uint32_t kLeastHole = 3;
@@ -527,7 +524,7 @@ struct EntryList {
 
 static bool _vrel_stringtable_list_add(EntryList* list, vrel_hashindex_entry entry) {
   if (list->count == list->room) {
-    const uint32_t room = list->room == 0 ? kFirstEntries : list->room * 2;
+    const uint32_t room = list->room == 0 ? kVrelTextFirstEntries : list->room * 2;
     const uint64_t bytes = uint64_t{room} * sizeof(entry);
     if (bytes > SIZE_MAX) return false;
     void* entries = vrel_memory_realloc(list->entries, static_cast<size_t>(bytes));

@@ -174,15 +174,16 @@ uint32_t vrel_thread_critsec_delete(vrel_critsec* section) {
 
 // ---- Events ----
 
-// `mutex` guards `signalled` and `pulses`.
+// `mutex` guards all other fields but `manual_reset`.
 struct vrel_event {
   uint8_t signalled;
   uint8_t manual_reset;
   pthread_mutex_t mutex;
   pthread_cond_t changed;
-  // Signals of a manual-reset event so far: its waiters return even when it is reset before they
-  // get to run.
-  uint32_t pulses;
+  // Waiters are numbered as they come, and those up to `served` may go. They go even when the event
+  // is reset, or signalled again, before they get to run. Both numbers wrap around.
+  uint32_t waiters;
+  uint32_t served;
 };
 static_assert(offsetof(vrel_event, manual_reset) == 1, "two bytes before the mutex");
 VREL_LAYOUT_FIELD(vrel_event, mutex, 4);
@@ -208,21 +209,12 @@ uint32_t vrel_thread_event_delete(vrel_event* event) {
   return 0;
 }
 
-// Waits for the signal, also across wake-ups that bring none. Caller holds event->mutex.
-static int _vrel_thread_event_wait_changed(vrel_event* event, uint32_t timeout_ms) {
-  const uint32_t pulses = event->pulses;
+// Waits for a signal, also across wake-ups that bring none. Caller holds event->mutex.
+static int _vrel_thread_event_wait_changed(vrel_event* event) {
+  const uint32_t number = ++event->waiters;
   int error = 0;
-  while (error == 0 && event->signalled == 0 && event->pulses == pulses) {
-    if (timeout_ms == kVrelNoTimeout) {
-      error = pthread_cond_wait(&event->changed, &event->mutex);
-      continue;
-    }
-    // The deadline is an absolute time, so these seconds count from 1970 and are over. Callers poll
-    // with timed waits and rely on never being held up.
-    timespec deadline = {};
-    deadline.tv_sec = static_cast<time_t>(timeout_ms / 1000);
-    deadline.tv_nsec = static_cast<long>(timeout_ms % 1000) * 1000000L;
-    error = pthread_cond_timedwait(&event->changed, &event->mutex, &deadline);
+  while (error == 0 && static_cast<int32_t>(event->served - number) < 0) {
+    error = pthread_cond_wait(&event->changed, &event->mutex);
   }
   return error;
 }
@@ -231,8 +223,13 @@ uint32_t vrel_thread_event_wait(vrel_event* event, uint32_t timeout_ms) {
   if (event == nullptr) return VREL_LOG_HERE(kVrelThreadInvalidArg);
   int error = pthread_mutex_lock(&event->mutex);
   if (error != 0) return MAP_HERE(error);
-  error = _vrel_thread_event_wait_changed(event, timeout_ms);
-  if (event->manual_reset == 0) event->signalled = 0;
+  if (event->signalled == 0) {
+    // A deadline is an absolute time, so these milliseconds count from 1970 and are over. Callers
+    // poll with timed waits and rely on never being held up.
+    error = timeout_ms != kVrelNoTimeout ? ETIMEDOUT : _vrel_thread_event_wait_changed(event);
+  } else if (event->manual_reset == 0) {
+    event->signalled = 0;
+  }
   (void)pthread_mutex_unlock(&event->mutex);
   return MAP_HERE(error);
 }
@@ -241,13 +238,17 @@ uint32_t vrel_thread_event_signal(vrel_event* event) {
   if (event == nullptr) return VREL_LOG_HERE(kVrelThreadInvalidArg);
   int error = pthread_mutex_lock(&event->mutex);
   if (error != 0) return MAP_HERE(error);
-  event->signalled = 1;
+  const bool is_awaited = event->served != event->waiters;
   if (event->manual_reset != 0) {
-    ++event->pulses;
-    error = pthread_cond_broadcast(&event->changed);
+    event->signalled = 1;
+    event->served = event->waiters;
+  } else if (is_awaited) {
+    ++event->served;
   } else {
-    error = pthread_cond_signal(&event->changed);
+    event->signalled = 1;
   }
+  // Wakes all, as only they know whose turn it is.
+  if (is_awaited) error = pthread_cond_broadcast(&event->changed);
   (void)pthread_mutex_unlock(&event->mutex);
   return MAP_HERE(error);
 }

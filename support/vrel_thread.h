@@ -78,7 +78,9 @@ struct vrel_event;
 // The timeout that waits for as long as it takes.
 constexpr uint32_t kVrelNoTimeout = 0xffffffffu;
 
-// A manual-reset event wakes every waiter and stays signalled; any other wakes one and clears.
+// A signal of a manual-reset event lets all waiting threads go, and the event stays signalled. Each
+// signal of any other lets one go, the one that waits longest; without waiters the event stays
+// signalled, once however often it was signalled, until a thread takes it.
 uint32_t vrel_thread_event_create(vrel_event** out, uint8_t manual_reset);
 
 // No thread may be waiting.

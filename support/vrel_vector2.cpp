@@ -10,14 +10,11 @@
 #include "vrel_pages.h"
 #include "vrel_sort.h"
 #include "vrel_thread.h"
+#include "vrel_tuning.h"
 
 static const char kSource[] = "vrel_vector2";
 
 static constexpr uint32_t kMagic = 0xabcdef13u;
-
-// Moving this much costs about as much as finding one's way through the pages.
-static constexpr uint32_t kLongTail = 16 * 1024;
-static constexpr uint32_t kPageBytes = 8 * 1024;
 
 // Flat: `pages` is null and `data` holds the elements. Paged: `pages` holds them, `data` is null
 // and `capacity` is what the flat array will have when the vector turns back.
@@ -103,6 +100,33 @@ class ElementCursor {
   char* next_ = nullptr;
 };
 
+// A size that the compiler knows, or that of a vector's elements.
+template <size_t kSize>
+struct KnownSize {
+  constexpr operator size_t() const { return kSize; }
+};
+
+// Calls visit(size), which copies elements of that size: those of a few words take no call each.
+template <typename Visit>
+static void _vrel_vector2_with_size(const vrel_vector2* vector, Visit visit) {
+  switch (vector->element_size) {
+    case 4:
+      return visit(KnownSize<4>());
+    case 8:
+      return visit(KnownSize<8>());
+    case 12:
+      return visit(KnownSize<12>());
+    case 16:
+      return visit(KnownSize<16>());
+    case 20:
+      return visit(KnownSize<20>());
+    case 24:
+      return visit(KnownSize<24>());
+    default:
+      return visit(size_t{vector->element_size});
+  }
+}
+
 static void _vrel_vector2_release_range(vrel_vector2* vector, uint32_t first, uint32_t count) {
   if (vector->release == nullptr) return;
   ElementCursor cursor(vector, first);
@@ -148,7 +172,7 @@ static vrel_search _vrel_vector2_search_sorted(const vrel_vector2* vector, const
   const auto order = [=](uint32_t i) {
     return _vrel_vector2_order(vector, _vrel_vector2_at(vector, i), value);
   };
-  // Entries of the newest ident go in front.
+  // Some vectors grow at their front, where one comparison tells.
   if (vector->compare != nullptr && vector->count > 0 && order(0) > 0) return {false, 0};
   if (vector->pages == nullptr || vector->compare == nullptr) {
     return _vrel_search_sorted(vector->count, order);
@@ -228,23 +252,10 @@ static uint32_t _vrel_vector2_place_flat(vrel_vector2* vector, uint32_t index, c
   return 0;
 }
 
-// Copies an element. The sizes that there are most of take no call.
-static void _vrel_vector2_copy(const vrel_vector2* vector, char* to, const void* value) {
-  switch (vector->element_size) {
-    case 4:
-      memcpy(to, value, 4);
-      break;
-    case 12:
-      memcpy(to, value, 12);
-      break;
-    default:
-      memcpy(to, value, vector->element_size);
-  }
-}
-
 static uint32_t _vrel_vector2_place(vrel_vector2* vector, uint32_t index, const void* value) {
   if (index == vector->count && index < vector->capacity && vector->pages == nullptr) {
-    _vrel_vector2_copy(vector, vector->data + _vrel_vector2_bytes(vector, index), value);
+    char* const to = vector->data + _vrel_vector2_bytes(vector, index);
+    _vrel_vector2_with_size(vector, [=](auto size) { memcpy(to, value, size); });
     ++vector->count;
     return 0;
   }
@@ -317,8 +328,8 @@ uint32_t vrel_vector2_create(vrel_vector2** out, uint32_t element_size, uint32_t
   vector->flags = flags;
   vector->compare = compare;
   vector->release = release;
-  vector->long_tail = kLongTail;
-  vector->page_bytes = kPageBytes;
+  vector->long_tail = kVrelVectorLongTail;
+  vector->page_bytes = kVrelVectorPageBytes;
   vector->magic = kMagic;
   *out = vector;
   // The vector is handed out even when its lock fails: callers delete it by what they were given.
@@ -433,29 +444,19 @@ static bool _vrel_vector2_make_keys(const vrel_vector2* vector, const vrel_vecto
   return true;
 }
 
-template <size_t kSize>
-static void _vrel_vector2_copy_named(const vrel_vector2* vector, const uint64_t* keys,
-                                     uint32_t count, char* to) {
-  const size_t size = kSize != 0 ? kSize : vector->element_size;
-  for (uint32_t i = 0; i < count; ++i, to += size) {
-    memcpy(to, vector->data + static_cast<uint32_t>(keys[i]) * size, size);
-  }
-}
-
 // Replaces the array by one of the elements that the first keys name, and releases the others.
 // False, and nothing has changed, when there is no memory.
 static bool _vrel_vector2_keep_named(vrel_vector2* vector, const uint64_t* keys, uint32_t count) {
   const size_t size = vector->element_size;
   auto* const data = static_cast<char*>(vrel_memory_alloc(count * size));
   if (data == nullptr) return false;
-  // The sizes of the largest vectors, as constants.
-  if (size == 12) {
-    _vrel_vector2_copy_named<12>(vector, keys, count, data);
-  } else if (size == 20) {
-    _vrel_vector2_copy_named<20>(vector, keys, count, data);
-  } else {
-    _vrel_vector2_copy_named<0>(vector, keys, count, data);
-  }
+  const char* const from = vector->data;
+  _vrel_vector2_with_size(vector, [=](auto element_size) {
+    char* to = data;
+    for (uint32_t i = 0; i < count; ++i, to += element_size) {
+      memcpy(to, from + static_cast<uint32_t>(keys[i]) * element_size, element_size);
+    }
+  });
   for (uint32_t i = count; i < vector->count && vector->release != nullptr; ++i) {
     vector->release(vector->data + static_cast<uint32_t>(keys[i]) * size);
   }
@@ -575,9 +576,15 @@ uint32_t vrel_vector2_reserve(vrel_vector2* vector, uint32_t count) {
   return _vrel_vector2_resize(vector, static_cast<uint32_t>(capacity));
 }
 
-uint32_t vrel_vector2_sorted(const vrel_vector2* vector) {
+static uint32_t _vrel_vector2_get_flags(const vrel_vector2* vector, uint32_t* out_flags) {
   ENTER(vector, kVrelBadHandle2);
-  return _vrel_vector2_is_sorted(vector) ? 1 : 0;
+  *out_flags = vector->flags;
+  return 0;
+}
+
+bool vrel_vector2_is_sorted(const vrel_vector2* vector) {
+  uint32_t flags = 0;
+  return _vrel_vector2_get_flags(vector, &flags) == 0 && (flags & kVrelSorted) != 0;
 }
 
 uint32_t vrel_vector2_trim(vrel_vector2* vector) {

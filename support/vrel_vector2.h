@@ -78,6 +78,10 @@ uint32_t vrel_vector2_deleterange(vrel_vector2* vector, uint32_t first, uint32_t
 
 // Sorts by `compare`, which becomes the vector's own; null takes the comparison away and sorts
 // nothing. With `force` 0 a vector that is sorted that way already is left alone.
+//
+// Ties end up where vrel_utils_qsort leaves them: up to 1,024 elements that is always the order of
+// its quicksort. Above, input that would take a healthy quicksort too many comparisons is sorted in
+// another way, and its ties may be in any order.
 // Codes: kVrelBadHandle2, kVrelNoMemory (a paged vector found no room for one array).
 uint32_t vrel_vector2_sort(vrel_vector2* vector, vrel_vector2_compare compare, uint8_t force);
 
@@ -85,13 +89,14 @@ uint32_t vrel_vector2_sort(vrel_vector2* vector, vrel_vector2_compare compare, u
 struct vrel_vector2_key {
   uint32_t offset;  // in the element
   uint32_t flip;    // bits to turn round, after which the numbers ascend
-  bool free_ties;   // equal elements may come to stand in any order
+  bool free_ties;   // equal elements may end up in any order
   bool unique;      // of equal elements all but the first may be dropped on the way
 };
 
 // As vrel_vector2_sort with `force` 0, for a comparison that agrees with a key: many times quicker,
-// to the same order. Numbers that lie 2^31 or more apart are left to the comparison, which may take
-// a difference that wraps around.
+// to the same order, that of ties included unless `free_ties` (above 1,024 elements both functions
+// may leave ties in any order, and not the same one). Numbers that lie 2^31 or more apart are left
+// to the comparison, which may take a difference that wraps around.
 uint32_t vrel_vector2_sort_by_key(vrel_vector2* vector, vrel_vector2_compare compare,
                                   const vrel_vector2_key* key);
 
@@ -110,8 +115,9 @@ uint32_t vrel_vector2_set_min_size(vrel_vector2* vector, uint32_t capacity);
 // Codes: kVrelBadHandle, kVrelNoMemory.
 uint32_t vrel_vector2_reserve(vrel_vector2* vector, uint32_t count);
 
-// 1 while the vector is in the order of its comparison, and adding keeps it so; 0 otherwise.
-uint32_t vrel_vector2_sorted(const vrel_vector2* vector);
+// Whether the vector is in the order of its comparison, which adding keeps. False also for a null
+// or dead vector.
+bool vrel_vector2_is_sorted(const vrel_vector2* vector);
 
 // Sets the capacity to the count. Codes: kVrelBadHandle2, kVrelNoMemory.
 uint32_t vrel_vector2_trim(vrel_vector2* vector);

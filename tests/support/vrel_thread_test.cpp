@@ -2,6 +2,7 @@
 #include "vrel_thread.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <atomic>
 #include <set>
@@ -15,6 +16,15 @@
 #include "vrel_datatypes.h"
 #include "vrel_random.h"
 #include "vrel_spinlock.h"
+
+// Calls of pthread_cond_wait, counted here while the mutex is held: who takes the mutex afterwards
+// finds the caller waiting.
+static std::atomic<uint32_t> g_waits;
+extern "C" int __real_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex);
+extern "C" int __wrap_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
+  ++g_waits;
+  return __real_pthread_cond_wait(condition, mutex);
+}
 
 namespace {
 
@@ -128,9 +138,38 @@ TEST_F(vrel_thread_test, a_timed_wait_never_waits_and_an_event_clears_as_it_was_
     EXPECT_EQ(vrel_thread_event_wait(event, 0), manual != 0 ? 0u : 0x10020084u);
     EXPECT_EQ(vrel_thread_event_reset(event), 0u);
     EXPECT_EQ(vrel_thread_event_wait(event, 0), 0x10020084u);
-    std::thread waiter([&] { EXPECT_EQ(vrel_thread_event_wait(event, kVrelNoTimeout), 0u); });
-    EXPECT_EQ(vrel_thread_event_signal(event), 0u);
-    waiter.join();
+    EXPECT_EQ(vrel_thread_event_delete(event), 0u);
+  }
+}
+
+TEST_F(vrel_thread_test, each_signal_lets_one_waiter_go_or_all_of_them) {
+  for (const uint8_t manual : {uint8_t{0}, uint8_t{1}}) {
+    vrel_event* event = nullptr;
+    ASSERT_EQ(vrel_thread_event_create(&event, manual), 0u);
+    std::atomic<uint32_t> gone{0};
+    g_waits = 0;
+    std::vector<std::thread> waiters;
+    for (uint32_t i = 0; i < 4; ++i) {
+      waiters.emplace_back([&] {
+        EXPECT_EQ(vrel_thread_event_wait(event, kVrelNoTimeout), 0u);
+        ++gone;
+      });
+    }
+    while (g_waits < 4) std::this_thread::yield();
+    // Several signals before any of the threads runs; what comes after them takes none away.
+    for (int i = 0; i < (manual != 0 ? 1 : 3); ++i) EXPECT_EQ(vrel_thread_event_signal(event), 0u);
+    EXPECT_EQ(vrel_thread_event_wait(event, 0), manual != 0 ? 0u : 0x10020084u);
+    EXPECT_EQ(vrel_thread_event_reset(event), 0u);
+    while (gone < (manual != 0 ? 4 : 3)) std::this_thread::yield();
+    if (manual == 0) {
+      EXPECT_EQ(gone, 3u);
+      EXPECT_EQ(vrel_thread_event_signal(event), 0u);
+    }
+    for (std::thread& waiter : waiters) waiter.join();
+    // Nobody waits: two signals are one.
+    EXPECT_EQ(vrel_thread_event_signal(event) | vrel_thread_event_signal(event), 0u);
+    EXPECT_EQ(vrel_thread_event_wait(event, kVrelNoTimeout), 0u);
+    EXPECT_EQ(vrel_thread_event_wait(event, 0), manual != 0 ? 0u : 0x10020084u);
     EXPECT_EQ(vrel_thread_event_delete(event), 0u);
   }
 }
