@@ -432,7 +432,8 @@ uint32_t entry_at(const EntryOrder& order, uint32_t index) {
 
 // The lowest index below `end` of an ident that is not above the wanted one, in values sorted by
 // ident, the larger first. It is mostly near: a few steps, then strides that double.
-uint32_t seek(const ValueEntry* values, uint32_t end, uint32_t ident) {
+[[gnu::always_inline]] inline uint32_t seek(const ValueEntry* values, uint32_t end,
+                                            uint32_t ident) {
   // As they descend, the number of those that are not above is the number of steps.
   if (end >= kSteps) {
     const ValueEntry* const near = values + end - kSteps;
@@ -452,23 +453,31 @@ uint32_t seek(const ValueEntry* values, uint32_t end, uint32_t ident) {
   return end;
 }
 
-// Calls visit(entry index, run of its ident's records) for every entry; the run of an ident without
-// records is empty.
+// What an ident has of an attribute. One is what nearly all have.
+enum class Records { kNone, kOne, kSeveral };
+
+// Calls visit(entry index, index of its ident's first record, how many there are) for every entry.
 template <typename Visit>
 void join(const EntryOrder& order, const ValueEntry* values, uint32_t count, Visit visit) {
-  Run run = {count, count};
+  uint32_t place = count;
+  bool several = false;
   for (uint32_t i = 0; i < order.count; ++i) {
     const uint32_t ident = order.idents[i];
-    const uint32_t before = run.first;
-    run.first = seek(values, before, ident);
+    const uint32_t before = place;
+    place = seek(values, before, ident);
+    const bool found = place < count && values[place].ident == ident;
     // All from here to where the ident before began are this one's, or below it.
-    if (run.first != before) {
-      run.end = run.first + 1;
-      while (run.end < before && values[run.end].ident == ident) ++run.end;
-    }
-    const bool found = run.first < count && values[run.first].ident == ident;
-    visit(entry_at(order, i), found ? run : Run{run.first, run.first});
+    if (place != before) several = place + 1 < before && values[place + 1].ident == ident;
+    const Records records = several ? Records::kSeveral : Records::kOne;
+    visit(entry_at(order, i), place, found ? records : Records::kNone);
   }
+}
+
+// The records of an ident that has some, by its first.
+Run run_at(const ValueEntry* values, uint32_t count, uint32_t first) {
+  uint32_t end = first + 1;
+  while (end < count && values[end].ident == values[first].ident) ++end;
+  return {first, end};
 }
 
 uint32_t score_run(const Question& question, ValueColumn* column, Run run, int32_t* out_score) {
@@ -488,21 +497,21 @@ class RunScores {
  public:
   RunScores(const Question& question, ValueColumn* column) : question_(question), column_(column) {}
 
-  uint32_t score(Run run, int32_t* out_score) {
-    if (run.first == run_.first && run.end == run_.end) {
-      *out_score = score_;
-      return 0;
+  uint32_t score(uint32_t first, int32_t* out_score) {
+    uint32_t code = 0;
+    if (first != known_) {
+      const Run run = run_at(column_->entries, column_->entry_count, first);
+      code = score_run(question_, column_, run, &score_);
+      known_ = code == 0 ? first : UINT32_MAX;
     }
-    const uint32_t code = score_run(question_, column_, run, out_score);
-    run_ = code == 0 ? run : Run{0, 0};
-    score_ = *out_score;
+    *out_score = score_;
     return code;
   }
 
  private:
   const Question& question_;
   ValueColumn* column_;
-  Run run_ = {0, 0};  // the one that was scored last
+  uint32_t known_ = UINT32_MAX;  // the first record of the run that has the score
   int32_t score_ = 0;
 };
 
@@ -513,14 +522,14 @@ uint32_t score_by_column(const Question& question, ValueColumn* column, PdlScore
   const uint32_t* const values = column->values;
   int32_t* const to = scores->scores;
   join(scores->order, column->entries, column->entry_count,
-       [=, &question, &runs, &last](uint32_t entry, Run run) {
+       [=, &question, &runs, &last](uint32_t entry, uint32_t record, Records records) {
          int32_t score = 0;
          uint32_t code = kVrelNotFound;
-         if (run.end - run.first == 1) {
-           code = answer(question, column, values[run.first], &score);
+         if (records == Records::kOne) {
+           code = answer(question, column, values[record], &score);
            if (code != 0) score = 0;
-         } else if (run.end != run.first) {
-           code = runs.score(run, &score);
+         } else if (records == Records::kSeveral) {
+           code = runs.score(record, &score);
          }
          to[entry] = score;
          if (entry == last_entry) last = code;
@@ -528,34 +537,16 @@ uint32_t score_by_column(const Question& question, ValueColumn* column, PdlScore
   return last;
 }
 
-// What an ident is grouped by: its first integer, its first record where it has none, 0 without
-// any.
-class Groups {
- public:
-  explicit Groups(vrel_vector2* values) : values_(values) {}
-
-  uint32_t of(Run run) {
-    if (run.first == run.end) return 0;
-    if (run.first != run_.first || run.end != run_.end) group_ = read(run);
-    run_ = run;
-    return group_;
+// What an ident is grouped by: its first integer, or its first record where it has none.
+uint32_t read_group(vrel_vector2* values, Run run) {
+  ValueEntry first = {};
+  ValueEntry record = {};
+  static_cast<void>(read_record(values, run.first, &first));
+  for (uint32_t i = run.first; i < run.end && read_record(values, i, &record); ++i) {
+    if (record.kind == kValueInteger) return record.value;
   }
-
- private:
-  uint32_t read(Run run) const {
-    ValueEntry first = {};
-    ValueEntry record = {};
-    static_cast<void>(read_record(values_, run.first, &first));
-    for (uint32_t i = run.first; i < run.end && read_record(values_, i, &record); ++i) {
-      if (record.kind == kValueInteger) return record.value;
-    }
-    return first.value;
-  }
-
-  vrel_vector2* values_;
-  Run run_ = {0, 0};  // the one that was asked for last
-  uint32_t group_ = 0;
-};
+  return first.value;
+}
 
 // False when there is no memory.
 bool set_groups_by_join(Results* results, AttributeInfo* info) {
@@ -569,10 +560,16 @@ bool set_groups_by_join(Results* results, AttributeInfo* info) {
   if (!make_order(results, &order)) return false;
   auto* const entry = static_cast<ResultEntry*>(entries);
   const auto* const record = static_cast<const ValueEntry*>(values);
-  Groups groups(info->values);
-  join(order, record, bytes / size, [=, &groups](uint32_t index, Run run) {
-    const bool one = run.end - run.first == 1;
-    entry[index].group = one ? record[run.first].value : groups.of(run);
+  const uint32_t count = bytes / size;
+  uint32_t known = UINT32_MAX;  // the first record of the several that have the group
+  uint32_t group = 0;
+  join(order, record, count, [=, &known, &group](uint32_t index, uint32_t first, Records records) {
+    if (records == Records::kSeveral && first != known) {
+      group = read_group(info->values, run_at(record, count, first));
+      known = first;
+    }
+    const uint32_t one = records == Records::kOne ? record[first].value : 0;
+    entry[index].group = records == Records::kSeveral ? group : one;
   });
   free_order(&order);
   return true;
@@ -691,11 +688,10 @@ uint32_t playlist_pdl_score(const PdlNode* comparison, PdlScores* scores) {
 
 void playlist_pdl_set_groups(Results* results, AttributeInfo* info) {
   if (set_groups_by_join(results, info)) return;
-  Groups groups(info->values);
   static_cast<void>(playlist_for_each<ResultEntry>(results->entries, [&](ResultEntry& entry) {
-    Run run = {0, 0};
-    static_cast<void>(find_run(info->values, entry.record.ident, &run));
-    entry.group = groups.of(run);
+    Run run = {};
+    const bool found = find_run(info->values, entry.record.ident, &run) == 0;
+    entry.group = found ? read_group(info->values, run) : 0;
     return uint32_t{0};
   }));
 }
