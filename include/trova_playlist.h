@@ -212,7 +212,7 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_collection_attributes_enum(
  * collection keeps them under the ident. Adding an ident again adds a second set of values. If no
  * attribute finds a value, the ident is not added; this is not an error.
  *
- * Idents are told apart by a 32-bit hash alone: two that share a hash are one ident. Among 100,000
+ * Idents are identified by a 32-bit hash alone: two that share a hash are one ident. Among 100,000
  * file paths there are such two with a probability of 69 %. "Choose idents" in docs/embedding.md
  * says how to avoid that; numbers of six digits, for example, never share a hash.
  *
