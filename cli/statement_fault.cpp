@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -105,11 +106,19 @@ bool IsLiteral(const Token& token) {
   return token.kind == TokenKind::kString || token.kind == TokenKind::kNumber;
 }
 
-// Whether a list attribute refuses a literal: it reads a number that is not 0.
-bool IsRefused(std::string_view text, const Token& token) {
-  std::string literal(token.Text(text));
-  if (token.kind == TokenKind::kString) literal = literal.substr(1, literal.size() - 2);
-  return std::strtoll(literal.c_str(), nullptr, 10) == 0;
+// A literal as an attribute gets it: without its quotes.
+std::string LiteralText(std::string_view text, const Token& token) {
+  const std::string_view literal = token.Text(text);
+  return std::string(token.kind == TokenKind::kString ? literal.substr(1, literal.size() - 2)
+                                                      : literal);
+}
+
+// The number that a list attribute reads from a literal; it refuses 0. One beyond 32 bits is the
+// nearest within, and no id.
+std::uint32_t LiteralNumber(std::string_view text, const Token& token) {
+  const long long number = std::strtoll(LiteralText(text, token).c_str(), nullptr, 10);
+  constexpr long long kMost = std::numeric_limits<std::uint32_t>::max();
+  return static_cast<std::uint32_t>(std::min(number, kMost));
 }
 
 // The first comparison, as attribute, operator and value, for which `test` holds.
@@ -132,9 +141,31 @@ std::optional<Token> FindRefusedLiteral(std::string_view text) {
         const bool compares = op.kind == TokenKind::kComparison ||
                               (op.kind == TokenKind::kWord && IsLike(op.Text(text)));
         if (!compares || !IsLiteral(value) || !ListOfAttribute(left.Text(text))) return {};
-        if (!IsRefused(text, value)) return {};
+        if (LiteralNumber(text, value) != 0) return {};
         return value;
       });
+}
+
+// The first LIKE with a number that the attribute's list does not have, and that list. Tempos need
+// no list for it.
+struct Unlisted {
+  Token value;
+  ListKind kind;
+};
+
+std::optional<Unlisted> FindUnlisted(std::string_view text, NameLists& lists) {
+  ListKind kind{};
+  const auto value = FindComparison(
+      text, [&](const Token& left, const Token& op, const Token& right) -> std::optional<Token> {
+        if (op.kind != TokenKind::kWord || !IsLike(op.Text(text)) || !IsLiteral(right)) return {};
+        const auto list = ListOfAttribute(left.Text(text));
+        if (!list || *list == ListKind::kTempos) return {};
+        if (lists.ById(*list, LiteralNumber(text, right))) return {};
+        kind = *list;
+        return right;
+      });
+  if (!value) return std::nullopt;
+  return Unlisted{*value, kind};
 }
 
 // The message quotes the attribute and the operator that it does not support, in this order.
@@ -189,6 +220,20 @@ Fault LiteralFault(const ExpandedStatement& statement) {
   return fault;
 }
 
+// LIKE found no scores: its value is no id of the list, or the manager has no list or no scores.
+// The likeliest such value is a plain year, and the list has an era of that name.
+Fault ScoresFault(const ExpandedStatement& statement, NameLists& lists) {
+  const std::string& text = statement.text();
+  const auto unlisted = FindUnlisted(text, lists);
+  if (!unlisted) return {"the manager has no scores for a LIKE of the statement", {}};
+  const std::string value = LiteralText(text, unlisted->value);
+  const auto element = lists.Find(unlisted->kind, value);
+  return {fmt::format("LIKE needs an id of the list of {}, and {} is not one{}",
+                      InfoOf(unlisted->kind).name, value,
+                      element ? fmt::format("; write {{{}}}", element->name) : ""),
+          unlisted->value.begin};
+}
+
 Fault FaultOf(const ExpandedStatement& statement, std::uint32_t code, NameLists& lists) {
   const std::string message = LastMessage(code);
   switch (code) {
@@ -196,6 +241,8 @@ Fault FaultOf(const ExpandedStatement& statement, std::uint32_t code, NameLists&
       return SyntaxFault(statement, message, lists);
     case PLERR_InvalidData:
       return LiteralFault(statement);
+    case PLERR_ListUnavailable:
+      return ScoresFault(statement, lists);
     case PLERR_StatementMismatch:
       return {"the statement says SEED; name one with --seed", {}};
     case PLERR_NotFound:

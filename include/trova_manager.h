@@ -89,7 +89,10 @@ extern "C" {
 typedef struct trova_manager_options {
   size_t size;          /* sizeof(trova_manager_options) of the caller */
   const char* language; /* "en", "de", or null: LC_ALL, LC_MESSAGES, LANG, else English */
-  size_t memory_limit;  /* bytes that the allocator may hand out; 0: no limit */
+  /* Bytes that the allocator may hand out; 0: no limit. Adding idents returns 0 even where values
+   * are missing because the limit was reached: compare trova_manager_memory_stats.failures before
+   * and after. */
+  size_t memory_limit;
   /* The file of the storage service, an SQLite database that is made when it does not exist;
    * ":memory:" for one that ends with the manager; null: no storage service. Several processes may
    * use one file, on a local file system. While it is in use, "-wal" and "-shm" files stand beside
@@ -186,7 +189,7 @@ typedef struct trova_manager_memory_stats {
   size_t bytes_in_use;  /* as asked for */
   size_t peak_bytes;    /* the most that were in use */
   uint64_t allocations; /* since the process started */
-  uint64_t failures;    /* refused because of the limit, or by the system */
+  uint64_t failures;    /* requests refused because of the limit, or by the system */
 } trova_manager_memory_stats;
 
 /*
@@ -197,7 +200,10 @@ typedef struct trova_manager_memory_stats {
 TROVA_MANAGER_API uint32_t trova_manager_memory_stats_get(trova_manager_memory_stats* out_stats);
 
 /*
- * Changes the limit.
+ * Changes the limit. When it is reached, most functions return a code for "no memory", but
+ * trova_playlist_collection_ident_add() returns 0 and leaves values out, and a statement with AND
+ * may give a shorter playlist: trova_manager_memory_stats.failures counts the requests that were
+ * refused.
  * @param limit  bytes; 0: no limit. A limit below what is in use refuses every new block.
  * @return 0
  */

@@ -14,11 +14,17 @@
  *   thread. Register providers before other threads use the library.
  *
  * Ownership and lifetime
- *   Handles that arrive through an out parameter belong to the caller and are released with the
- *   release function of their family. Text that arrives through an out parameter is borrowed and
- *   must not be freed: idents live as long as their collection, results keep their collection
- *   alive, attribute names live until the last shutdown. Text passed in is copied. A handle that
- * was released, or is of another kind, is refused and never looked into.
+ *   Handles that arrive through an out parameter belong to the caller, who releases each of them
+ *   once, with the release function of its family. Text that arrives through an out parameter is
+ *   borrowed and must not be freed: idents live as long as their collection, results keep their
+ *   collection alive, attribute names live until the last shutdown. Text passed in is copied.
+ *   Idents and names of collections may have any bytes but 0: no encoding is assumed.
+ *
+ *   Released results, and handles of another kind, are refused with a code. So is a collection that
+ *   was deleted. But results and data views keep a collection alive: until they are released, the
+ *   collection's released handle is still accepted, and releasing it a second time would take away
+ *   their reference. A pointer that never was a handle is the caller's fault: the manager may look
+ *   at the memory that it points to.
  *
  * Codes
  *   Every function but the reports returns 0 or a 32-bit code. Bit 31 marks a failure
@@ -30,7 +36,7 @@
  *   Unless a function says otherwise it can return PLERR_NotInited, PLERR_InvalidArg for a null or
  *   empty argument, and a handle failure; these three are not listed again below. Nor are failures
  *   of the manager itself, which can come out of any call that needs it: TROVA_PLAYLIST_FAILURE
- * with the manager's low 16 bits, or one of the PLERR_ManagerPkg codes.
+ *   with the manager's low 16 bits, or one of the PLERR_ManagerPkg codes.
  *
  *   Every failure but PLERR_NotInited is told to the log (vrel_log.h), if it listens. Its callback
  *   must hand the code on.
@@ -61,7 +67,7 @@ extern "C" {
 #define PLERR_InvalidArg UINT32_C(0x90890001)        /* null, empty or out of range */
 #define PLERR_NoMemory UINT32_C(0x90890002)          /* an allocation failed */
 #define PLERR_NotFound UINT32_C(0x10890003)          /* no such thing; a warning */
-#define PLERR_Unexpected UINT32_C(0x90890003)        /* reserved: nothing answers it now */
+#define PLERR_Unexpected UINT32_C(0x90890003)        /* not the library's own; docs/embedding.md */
 #define PLERR_NotInited UINT32_C(0x90890007)         /* the library is not initialised */
 #define PLERR_BufferTooSmall UINT32_C(0x90890008)    /* the caller's buffer is too small */
 #define PLERR_InitFailed UINT32_C(0x9089000a)        /* start-up against the manager failed */
@@ -71,7 +77,7 @@ extern "C" {
 #define PLERR_Unsupported UINT32_C(0x9089003c)       /* operation or operator not supported */
 #define PLERR_NoStorage UINT32_C(0x9089003f)         /* the manager has no storage service */
 #define PLERR_NoValue UINT32_C(0x908901a4)           /* the data object lacks the attribute */
-#define PLERR_ListUnavailable UINT32_C(0x908902d3)   /* the list that is needed is not loaded */
+#define PLERR_ListUnavailable UINT32_C(0x908902d3)   /* LIKE has no scores for its value */
 #define PLERR_BadManager UINT32_C(0x90890320)        /* wrong manager handle or version */
 #define PLERR_EndOfAttributes UINT32_C(0x90890361)   /* index past the last one, of any list */
 #define PLERR_ManagerPkgA UINT32_C(0x90890400)       /* the manager's package 4 or 20 failed */
@@ -153,8 +159,9 @@ TROVA_PLAYLIST_API uint32_t
 trova_playlist_collection_create(const char* name, trova_playlist_collection** out_collection);
 
 /*
- * Gives back the application's reference. Results and data views keep the collection alive until
- * they are released themselves; do not use the handle again.
+ * Releases the application's reference. Results and data views keep the collection alive until they
+ * are released themselves. Do not use the handle again: while they live it is not refused, and a
+ * second release would take away their reference.
  * @param collection  may be null: nothing happens
  * @return 0
  */
@@ -201,12 +208,17 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_collection_attributes_enum(
 /* -------------------------------------------------------------------------------- Idents */
 
 /*
- * Captures what each attribute finds in a data object and files it under the ident. Idents are told
- * apart by a 32-bit hash: of a million file names a hundred or so may meet another's hash and then
- * count as one ident with it. Numbers of up to six digits, all of one length, never meet. Adding an
- * ident again adds its values once more beside the first. Data from which no attribute reads
- * anything leaves the ident outside the collection; that is no error. Nor is an attribute that
- * fails, for want of memory too: the others capture, and the log tells.
+ * Adds a track: each attribute captures its values from the data object (docs/tracks.md), and the
+ * collection keeps them under the ident. Adding an ident again adds a second set of values. If no
+ * attribute finds a value, the ident is not added; this is not an error.
+ *
+ * Idents are identified by a 32-bit hash alone: two that share a hash are one ident. Among 100,000
+ * file paths there are such two with a probability of 69 %. "Choose idents" in docs/embedding.md
+ * says how to avoid that; numbers of six digits, for example, never share a hash.
+ *
+ * An attribute that fails does not keep the others from capturing, and the function returns 0. So
+ * values can be missing when memory is short: the log names each failure, and the embedded manager
+ * counts them in trova_manager_memory_stats.failures.
  * @param collection  live handle
  * @param ident       non-empty text of the application's choosing; copied
  * @param data        live data object of a track or an album; not kept
@@ -280,7 +292,8 @@ TROVA_PLAYLIST_API uint32_t
 trova_playlist_collection_serialize_size(trova_playlist_collection* collection, uint32_t* out_size);
 
 /*
- * Writes the collection as bytes that any machine can read back (docs/stream.md).
+ * Writes the collection as bytes that any machine can read back (docs/stream.md). After idents were
+ * removed, fill a new collection first: see trova_playlist_collection_deserialize().
  * @param collection     live handle
  * @param buffer         may be null: only the size is answered
  * @param[in,out] size   room in the buffer; becomes the number of bytes written, or without a
@@ -292,11 +305,14 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_collection_serialize(
     trova_playlist_collection* collection, void* buffer, uint32_t* size);
 
 /*
- * Makes a collection of such bytes, whatever their origin: they are checked, not trusted. Values of
- * attributes that nobody registered are left out, and the log tells so. Idents and values are those
- * that were written; the order of equals in a playlist may differ. An ident that was first added
- * right behind one that is removed keeps its values, but is no longer found by its text: after
- * removals, fill a new collection before you serialize or store it.
+ * Creates a collection from such bytes. They are checked, so they may come from anywhere. Values of
+ * attributes that nobody registered are left out, and the log says so. Idents and values are those
+ * that were written; the order of ties in a playlist may differ.
+ *
+ * After a removal one more ident suffers: the one that was first added right behind the removed one
+ * keeps its values, but is no longer found by its text. It cannot be removed then, and adding it
+ * again makes a second ident of the same text. "Store and load" in docs/embedding.md shows how to
+ * fill a new collection before serializing or storing.
  * @param bytes                not kept
  * @param size                 how many there are
  * @param[out] out_collection  released with trova_playlist_collection_release()
@@ -312,8 +328,12 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_collection_deserialize(
  * the manager's failure, mapped, when it cannot read or write. */
 
 /*
- * Stores the collection under its name and replaces what was stored so. A collection that was
- * renamed since it was last stored or loaded replaces the record of its old name.
+ * Stores the collection under its name and replaces what was stored under that name. A collection
+ * that was renamed since it was last stored or loaded replaces the record of its old name. After
+ * idents were removed, fill a new collection first: see trova_playlist_collection_deserialize().
+ *
+ * A collection whose name is empty, which only a stream can give it, can be stored, but neither
+ * loaded nor removed again: rename it first.
  * @param collection  live handle
  * @return 0; PLERR_NoMemory
  */
@@ -321,8 +341,9 @@ TROVA_PLAYLIST_API uint32_t
 trova_playlist_storage_store_collection(trova_playlist_collection* collection);
 
 /*
- * Loads a stored collection. It is another one than the collection that was stored.
- * @param name                 the collection's
+ * Loads a stored collection. The result is a new collection: changes to it do not affect the stored
+ * one until it is stored.
+ * @param name                 the collection's, not empty
  * @param[out] out_collection  released with trova_playlist_collection_release()
  * @return 0; PLERR_NotFound when there is no such collection; the codes of
  *         trova_playlist_collection_deserialize()
@@ -348,8 +369,8 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_storage_enum_collections(uint32_t ind
                                                                     uint32_t size);
 
 /*
- * Removes a stored collection. Those that were loaded stay.
- * @param name  the collection's
+ * Removes a stored collection. Collections already loaded are not affected.
+ * @param name  the collection's, not empty
  * @return 0; PLERR_NotFound when there is no such collection
  */
 TROVA_PLAYLIST_API uint32_t trova_playlist_storage_remove_collection(const char* name);
@@ -372,8 +393,10 @@ typedef void (*trova_playlist_sync_callback)(void* user_data, trova_playlist_col
                                              const char* ident, uint32_t status, uint8_t* out_stop);
 
 /*
- * Reports one ident that the application has. Report each once: a second report of an ident that
- * the collection holds makes it look missing.
+ * Reports one ident that the application has. Report each ident once: if an ident of the collection
+ * is reported twice, the callback is called to remove it. Two idents that share a 32-bit hash are
+ * one ident here, too: reporting both reports one twice, so both tracks are lost. "Choose idents"
+ * in docs/embedding.md says how to avoid that.
  * @param collection  live handle
  * @param ident       non-empty text; copied
  * @return 0; PLERR_NoMemory
@@ -383,8 +406,13 @@ trova_playlist_collection_sync_ident_add(trova_playlist_collection* collection, 
 
 /*
  * Compares what was reported with the collection, and calls back for every ident to remove, then
- * for every ident to add. Nothing is changed but by the callback. The report is used up, whatever
+ * for every ident to add. Only the callback changes the collection. The report is used up, whatever
  * the result.
+ *
+ * An ident that was removed before is still known: reporting it does not lead to a call, so it is
+ * not added again, and leaving it out leads to a call to remove "". To synchronise after removals,
+ * fill a new collection ("Store and load" in docs/embedding.md). Idents that share a hash: see
+ * trova_playlist_collection_sync_ident_add().
  * @param collection  live handle
  * @param callback    must not be null
  * @param user_data   handed to the callback; may be null
@@ -417,8 +445,10 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_statement_validate(const char* statem
  * @return 0, also for an empty playlist; PLERR_Syntax, with the reason as the text of the
  *         manager's last error; PLERR_StatementMismatch when the statement says SEED and there is
  *         none; PLERR_InvalidData for a literal that an attribute cannot read; PLERR_NotFound when
- *         an ORDER part scores a last entry that lacks the attribute; PLERR_Unsupported;
- *         PLERR_ListUnavailable; PLERR_NoMemory
+ *         an ORDER part scores a last entry that lacks the attribute, or when the seed's value is
+ *         an id that its list does not have; PLERR_Unsupported; PLERR_ListUnavailable when LIKE has
+ *         no scores, because its value is not in the list or the manager has no list;
+ *         PLERR_NoMemory
  */
 TROVA_PLAYLIST_API uint32_t trova_playlist_generate_playlist(trova_user* user,
                                                              const char* statement,
@@ -450,7 +480,8 @@ TROVA_PLAYLIST_API uint32_t trova_playlist_results_count(trova_playlist_results*
                                                          uint32_t* out_count);
 
 /*
- * Reads one entry.
+ * Reads one entry. A WHERE that is a single comparison gives a track one entry for each of its
+ * values that match, so a track with several values can come more than once.
  * @param results         live handle
  * @param index           0 to the count minus 1, in playlist order
  * @param[out] out_ident  valid as long as the results or the collection
