@@ -324,9 +324,10 @@ static uint32_t _vrel_sort_log2(uint32_t count) {
   return log2;
 }
 
+// Shuffled input costs the quicksort about 1.39 n log2 n comparisons, and hardly ever n more. Where
+// the budget ends shows in the order of ties.
 static Course _vrel_sort_course(uint32_t count, uint32_t wanted) {
-  const uint64_t levels = _vrel_sort_log2(count) + 1;
-  return {count <= kPlainCount, count * levels * kVrelSortBudgetHalves / 2, wanted};
+  return {count <= kPlainCount, uint64_t{count} * (_vrel_sort_log2(count) + 1) * 3 / 2, wanted};
 }
 
 // Rotates what is all equal, as the quicksort would, and sorts what is ascending or descending
@@ -347,8 +348,7 @@ static bool _vrel_sort_presorted(const Items& items, uint32_t count) {
     _vrel_sort_rotate(items, 0, count);
     return true;
   }
-  const bool few =
-      count <= kPlainCount || steps < kVrelSortManyValues * (_vrel_sort_log2(count) + 1);
+  const bool few = count <= kPlainCount || steps < 6 * (_vrel_sort_log2(count) + 1);
   if (steps + 1 < count && few) return false;
   if (descents != 0) _vrel_sort_reverse(items, 0, count);
   return true;

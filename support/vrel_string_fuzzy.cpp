@@ -11,8 +11,9 @@ static const char kSource[] = "vrel_string_fuzzy";
 
 namespace {
 
-// Texts of fewer bytes keep their tables on the stack: such a text has at most this many pairs.
-constexpr uint32_t kStackEntries = kVrelFuzzyStackEntries;
+// Texts of fewer bytes keep their tables on the stack, as comparing them must not fail: such a text
+// has at most this many pairs.
+constexpr uint32_t kStackEntries = 200;
 // What a heap table takes beside four bytes for each byte of its text: the record, the one pair
 // that a text has more than bytes, and the word behind the pairs.
 constexpr uint64_t kHeapExtra = sizeof(vrel_bigrams) + 2 * sizeof(uint32_t);

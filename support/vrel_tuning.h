@@ -6,8 +6,9 @@
 // everything that is otherwise made for thousands: pages split, chunks are full, tables grow,
 // memories forget.
 //
-// Figures that show in results (how vectors grow, the buckets of a hash table, up to where a sort
-// is nothing but the quicksort) are part of what their owners promise and stay with them.
+// Figures that show outside (how vectors grow, the buckets of a hash table, how long a sort is
+// nothing but the quicksort, the texts that are compared without memory) are part of what their
+// owners promise and stay with them.
 #ifndef VREL_TUNING_H
 #define VREL_TUNING_H
 
@@ -40,12 +41,6 @@ constexpr uint32_t kVrelSortLeastRadix = vrel_tuned(48, 1);
 constexpr uint32_t kVrelSortMuchMore = vrel_tuned(16, 1);
 // So many times its budget, for certain, and the quicksort is not even tried.
 constexpr uint32_t kVrelSortOvertaxed = vrel_tuned(2, 1);
-// The quicksort's budget in halves of n log2 n comparisons: shuffled input takes some 1.39 n log2 n
-// of them, and hardly ever n more.
-constexpr uint32_t kVrelSortBudgetHalves = vrel_tuned(3, 1);
-// In presorted input, so many times log2 n values told apart are too many for the quicksort, which
-// takes a scan for every second of them.
-constexpr uint32_t kVrelSortManyValues = vrel_tuned(6, 1);
 
 // ---- String tables ----
 
@@ -87,9 +82,6 @@ constexpr uint32_t kVrelAccumFirstSize = vrel_tuned(64, 1);
 constexpr uint32_t kVrelPrintfChunk = vrel_tuned(32, 1);
 // Digits that surely fit 32 bits: up to here a number is read without looking for more. At most 9.
 constexpr uint32_t kVrelSafeDigits = vrel_tuned(9, 0);
-// The fuzzy comparison keeps the pairs of texts with fewer bytes on the stack, of others on the
-// heap.
-constexpr uint32_t kVrelFuzzyStackEntries = vrel_tuned(200, 1);
 // A table that has so many times the entries of another is searched for them.
 constexpr uint32_t kVrelFuzzyMuchLonger = vrel_tuned(8, 1);
 // Up to here the simplest sort of pairs is the quickest.

@@ -341,9 +341,9 @@ TEST(vrel_string, a_failed_append_leaves_the_accumulator_as_it_was) {
   EXPECT_EQ(vrel_string_accum_append(accum, more.c_str()), kVrelStringNoMemory);
   EXPECT_EQ(vrel_string_accum_append_format(accum, "lost%s", more.c_str()), kVrelStringNoMemory);
   EXPECT_EQ(vrel_string_accum_append_bytes(accum, "", kVrelStringMaxBytes), kVrelStringNoMemory);
+  test_memory_fail_after(-1);
   EXPECT_EQ(vrel_string_accum_append_format(accum, "%s%k", "lost"), kVrelStringBadFormat);
   EXPECT_EQ(vrel_string_accum_append(accum, nullptr), kVrelStringInvalidArg);
-  test_memory_fail_after(-1);
   EXPECT_STREQ(vrel_string_accum_data(accum), "kept");
   EXPECT_EQ(vrel_string_accum_length(accum), 4u);
   vrel_string_accum_delete(accum);
