@@ -19,6 +19,7 @@
 
 #include "fuzz_library.h"
 #include "fuzz_target.h"
+#include "playlist_memories.h"
 
 namespace {
 
@@ -501,11 +502,13 @@ class Program {
     bool has_values = false;
     trova_gdo* const seed = bytes_.below(4) == 0 ? nullptr : some_data(&has_values);
     trova_playlist_results* results = nullptr;
-    const uint32_t code = call([&] {
+    const auto run = [&](trova_playlist_results** out_results) {
       return trova_playlist_generate_playlist(nullptr, statement, collection->handle, seed,
-                                              &results);
-    });
+                                              out_results);
+    };
+    const uint32_t code = call([&] { return run(&results); });
     take_results(collection, code, results);
+    compare_memories(run);
   }
 
   void more_like_this() {
@@ -514,10 +517,33 @@ class Program {
     bool has_values = false;
     trova_gdo* const seed = some_data(&has_values);
     trova_playlist_results* results = nullptr;
-    const uint32_t code = call([&] {
-      return trova_playlist_generate_morelikethis(user_, collection->handle, seed, &results);
-    });
+    const auto run = [&](trova_playlist_results** out_results) {
+      return trova_playlist_generate_morelikethis(user_, collection->handle, seed, out_results);
+    };
+    const uint32_t code = call([&] { return run(&results); });
     take_results(collection, code, results);
+    compare_memories(run);
+  }
+
+  // Run once more, with what is remembered and without: the same code, the same places.
+  template <class Run>
+  static void compare_memories(Run run) {
+    const auto playlist = [&](bool memories) {
+      g_playlist_memories = memories;
+      fuzz_rewind_random();
+      trova_playlist_results* results = nullptr;
+      const uint32_t code = run(&results);
+      uint32_t count = 0;
+      if (code == 0) FUZZ_REQUIRE(trova_playlist_results_count(results, &count) == 0);
+      std::vector<const char*> idents(count);  // of one collection, so their places tell
+      for (uint32_t i = 0; i < count; ++i) {
+        (void)trova_playlist_results_enum(results, i, &idents[i]);
+      }
+      FUZZ_REQUIRE(trova_playlist_results_release(results) == 0);
+      g_playlist_memories = true;
+      return std::pair(code, idents);
+    };
+    FUZZ_REQUIRE(playlist(true) == playlist(false));
   }
 
   void take_results(const CollectionRef& collection, uint32_t code,
