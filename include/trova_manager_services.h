@@ -121,11 +121,11 @@ typedef struct trova_handlemanager_interface {
    * each trova_playlist_collection_ident_add(), where the answer is ignored. */
   uint32_t (*handle_add)(void* object);
   /* 2, required: the object is no handle any more. Called just before results are freed, just
-   * before a collection is freed by the release of its handle, and at the end of each
-   * trova_playlist_collection_ident_add() for its record. Not called for a collection that results
-   * or data views keep alive beyond that release: it is freed without notice, and its block then
-   * passes through vrel_memory_free(), which must end the handle as well. May come for an object
-   * that was never added. */
+   * before a collection is freed by the release of its handle (or at the end of the call during
+   * which a callback released it), and at the end of each trova_playlist_collection_ident_add() for
+   * its record. Not called for a collection that results or data views keep alive beyond that: it
+   * is freed without notice, and its block then passes through vrel_memory_free(), which must end
+   * the handle as well. May come for an object that was never added. */
   uint32_t (*handle_remove)(void* object);
   /* 3, required: 0 for a live handle of that magic. Called for every handle of a collection or of
    * results that an application passes in, and for every value that an attribute captures. */
