@@ -25,8 +25,8 @@ extern "C" {
  * @param source  static text: an exported function or a source file
  * @param code    the failure
  * @param extra   0
- * @return `code`. Where `line` is 0 the function returns what you answer; that changes nothing of what
- *         failed. Elsewhere the answer is not looked at.
+ * @return `code`. What you answer is what the exported function returns where `line` is 0, and is
+ * not looked at elsewhere; what failed stays a failure.
  */
 typedef uint32_t (*vrel_log_error_callback)(uint32_t line, const char* source, uint32_t code,
                                             uint32_t extra);

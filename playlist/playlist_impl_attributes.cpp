@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "playlist_error.h"
+#include "vrel_datatypes.h"
 #include "vrel_memory.h"
 #include "vrel_spinlock.h"
 #include "vrel_string.h"
@@ -16,7 +17,7 @@ namespace {
 const char kSource[] = "playlist_impl_attributes";
 
 // Neither keys nor texts are copied, as both are constants below. Letter case of keys is ignored.
-constexpr uint32_t kKeyMapFlags = 0x1100;
+constexpr uint32_t kKeyMapFlags = kVrelReferenceKeys | kVrelReferenceStrings;
 
 // Texts in place: a table of pointers would be written to whenever the library is loaded.
 struct KeyMapEntry {
