@@ -2,8 +2,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
-#include <chrono>
+#include <atomic>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -244,15 +245,14 @@ TEST_F(test_cli_command, colour_and_width_follow_the_terminal) {
 TEST_F(test_cli_command, a_long_scan_shows_its_progress_on_a_terminal) {
   const std::string pipe = folder_.Path("slow.csv");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::atomic<bool> shown = false;
   std::thread feeder([&] {
     std::ofstream stream(pipe);
-    stream << "title,year\na,1975\n" << std::flush;
-    std::this_thread::sleep_for(std::chrono::milliseconds(1200));
-    stream << "b,1975\n";
+    for (stream << "title,year\n"; !shown; stream << "a,1975\n" << std::flush) usleep(20'000);
   });
-  const std::string shown = RunOnTerminal({"generate", "--library", pipe, "genpl"}, "1");
+  const auto watch = [&](const std::string& text) { shown = Has(text, " tracks read\r\x1b[K"); };
+  RunOnTerminal({"generate", "--library", pipe, "genpl"}, "1", {}, watch);
   feeder.join();
-  EXPECT_TRUE(Has(shown, "\r\x1b[K2 tracks read\r\x1b[K")) << shown;
 }
 
 }  // namespace
