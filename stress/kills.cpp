@@ -149,16 +149,19 @@ class Kills : public testing::Test {
     Run(words);
     Idents old = Held(collection);
     change(1);
-    const Microseconds usual = TimeOf([&] { Run(words); });
+    Microseconds usual = TimeOf([&] { Run(words); });
     Idents fresh = Held(collection);
     ASSERT_NE(old, fresh);
 
     int killed = 0, runs = 0, were_old = 0, were_new = 0;
-    for (; killed < kills() && runs < 10 * kills(); ++runs) {
+    for (; killed < kills(); ++runs) {
       SCOPED_TRACE("run " + std::to_string(runs));
       std::swap(old, fresh);
       change(runs);
-      killed += RunAndKill(task, usual);
+      // How long it takes changes with what else the machine does: the kills follow it.
+      const bool early = RunAndKill(task, usual);
+      usual = early ? usual * 17 / 16 : std::max(usual * 3 / 4, Microseconds(1000));
+      killed += early;
       ASSERT_EQ(Integrity(), "ok");
       const Idents held = Held(collection);
       were_old += held == old;
@@ -178,7 +181,6 @@ class Kills : public testing::Test {
     std::printf("%d kills in %d runs of %lld ms; found %d old, %d new, %d on the way\n", killed,
                 runs, static_cast<long long>(usual.count() / 1000), were_old, were_new,
                 runs - were_old - were_new);
-    EXPECT_EQ(killed, kills());
   }
 
   const TestFolder folder_;

@@ -47,7 +47,8 @@ RunResult RunTrova(const Words& words, const std::string& in, int out) {
   return result;
 }
 
-std::string RunOnTerminal(const Words& words, const char* no_colour, const std::string& typed) {
+std::string RunOnTerminal(const Words& words, const char* no_colour, const std::string& typed,
+                          const std::function<void(const std::string& text)>& watch) {
   winsize size{24, 60, 0, 0};
   int terminal = -1;
   const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
@@ -62,6 +63,7 @@ std::string RunOnTerminal(const Words& words, const char* no_colour, const std::
   std::array<char, 4096> block;
   for (ssize_t got = 0; (got = read(terminal, block.data(), block.size())) > 0;) {
     text.append(block.data(), static_cast<std::size_t>(got));
+    if (watch) watch(text);
   }
   ExitCodeOf(child);
   close(terminal);

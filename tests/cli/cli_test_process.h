@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,8 +22,10 @@ struct RunResult {
 
 RunResult RunTrova(const Words& words, const std::string& in = {}, int out = OpenScratch());
 
-// All three streams are one terminal of 60 columns. Gives what stands on it in the end.
-std::string RunOnTerminal(const Words& words, const char* no_colour, const std::string& typed = {});
+// All three streams are one terminal of 60 columns. Gives what stands on it in the end; `watch` sees
+// it whenever there is more.
+std::string RunOnTerminal(const Words& words, const char* no_colour, const std::string& typed = {},
+                          const std::function<void(const std::string& text)>& watch = {});
 
 // Goes on at once. What it says goes to `err`.
 pid_t StartTrova(const Words& words, int err);

@@ -54,17 +54,6 @@ class SimilarityTest : public EngineTest {
         nullptr, ("genpl where " + where).c_str(), collection_, seed, &results);
     return listed(code, results);
   }
-
-  std::string like_this(const Values& seed_values) {
-    const Object seed = make_object(TROVA_CTX_TRACK, seed_values);
-    trova_user* user = nullptr;
-    trova_playlist_results* results = nullptr;
-    EXPECT_EQ(trova_manager_user_create("tester", &user), 0u);
-    const uint32_t code =
-        trova_playlist_generate_morelikethis(user, collection_, seed.get(), &results);
-    EXPECT_EQ(trova_manager_user_release(user), 0u);
-    return listed(code, results);
-  }
 };
 
 // ------------------------------------------------------------------------------------ Tempo
@@ -81,25 +70,6 @@ TEST_F(SimilarityTest, tempo_likeness_follows_the_curve) {
     EXPECT_EQ(score, row.score) << row.a << " and " << row.b;
   }
   EXPECT_EQ(dsp_primary_tempo_similarity(1, 2, nullptr), 62u);
-}
-
-TEST_F(SimilarityTest, tempo_statements_compare_numbers_and_equality_goes_through_the_list) {
-  add("slow", {{TROVA_VAL_TEMPO, "60"}});
-  add("walk", {{TROVA_VAL_TEMPO, "120"}});
-  add("run", {{TROVA_VAL_TEMPO, "180"}});
-  add("album", {{TROVA_VAL_TEMPO, "120"}}, TROVA_CTX_ALBUM);  // albums have no tempo of their own
-  const std::string andante = std::to_string(id_of(TROVA_LIST_TEMPOS, "Larghetto"));
-  const std::pair<std::string, std::string> rows[] = {
-      {"(qx_tempo like 125) = 982", "walk"},
-      {"(qx_tempo like 60) = 476", "run"},
-      {"qx_tempo > 60", "run walk"},
-      {"qx_tempo <= 120", "slow walk"},
-      {"qx_tempo = 120", "walk"},
-      {"qx_tempo = " + andante, "slow"},
-      {"qx_tempo != " + andante, "run walk"},
-      {"qx_tempo < " + andante, "run slow walk"},
-  };
-  for (const auto& [where, idents] : rows) EXPECT_EQ(selected(where), idents) << where;
 }
 
 // ------------------------------------------------------------------------------------- Mood
@@ -142,22 +112,6 @@ TEST_F(SimilarityTest, mood_distance_is_linear_between_the_same_place_and_the_fa
     EXPECT_EQ(dsp_mood_similarity(&seed, &raw, nullptr, &score), 0u);
     EXPECT_EQ(score, expected) << coordinate;
   }
-}
-
-TEST_F(SimilarityTest, the_seed_decides_whether_profiles_or_ids_are_compared) {
-  const std::string happy = std::to_string(id_of(TROVA_LIST_MOODS, "Happy"));
-  const std::string sad = std::to_string(id_of(TROVA_LIST_MOODS, "Sad"));
-  const std::string profile = happy + ":70," + sad + ":30";
-  add("both", {{TROVA_VAL_MOOD_DATA, profile}, {TROVA_VAL_MOOD_ID, sad}});
-  add("id", {{TROVA_VAL_MOOD_ID, happy}});
-  const Object with_profile =
-      make_object(TROVA_CTX_TRACK, {{TROVA_VAL_MOOD_DATA, profile}, {TROVA_VAL_MOOD_ID, happy}});
-  const Object with_id = make_object(TROVA_CTX_EXTDATA, {{TROVA_VAL_MOOD_ID, happy}});
-  EXPECT_EQ(selected("(qx_mood like seed) = 1000", with_profile.get()), "both");
-  EXPECT_EQ(selected("(qx_mood like seed) = 1000", with_id.get()), "id");
-  EXPECT_EQ(selected("(qx_mood like seed) < 0", with_id.get()), "both");
-  EXPECT_EQ(selected("qx_mood = " + sad), "both");
-  EXPECT_EQ(selected("qx_mood = 0"), "code " + std::to_string(PLERR_InvalidData));
 }
 
 // ------------------------------------------------------------------------------------ Names
@@ -228,36 +182,6 @@ TEST_F(SimilarityTest, names_are_equal_without_case_and_alike_by_their_pairs) {
   EXPECT_EQ(selected("(qx_artistname like seed) = 1000", seed.get()), "miles");
   EXPECT_EQ(selected("qx_artistname like seed", nameless.get()), "");
   EXPECT_EQ(selected("qx_artistname like '" + book + "'"), "miles");  // the first 299 bytes
-}
-
-TEST_F(SimilarityTest, a_track_has_the_title_of_each_of_its_albums) {
-  const Object track = make_object(TROVA_CTX_TRACK, {});
-  for (const char* title : {"Kind of Blue", "The Best of"}) {
-    const Object album = make_object(TROVA_CTX_ALBUM, {{TROVA_VAL_TITLE, title}});
-    trova_manager_gdo_add_child(track.get(), TROVA_CHILD_ALBUM, album.get());
-  }
-  EXPECT_EQ(trova_playlist_collection_ident_add(collection_, "t", track.get()), 0u);
-  EXPECT_EQ(selected("qx_albumname = 'kind of blue'"), "t");
-  EXPECT_EQ(selected("qx_albumname = 'the best of'"), "t");
-  EXPECT_EQ(selected("(qx_albumname like seed) = 1000", track.get()), "t");
-}
-
-// --------------------------------------------------------------------------- More like this
-
-TEST_F(SimilarityTest, more_like_this_takes_mood_or_genre_and_does_without_either) {
-  const std::string bebop = std::to_string(id_of(TROVA_LIST_GENRES, "Bebop"));
-  const std::string techno = std::to_string(id_of(TROVA_LIST_GENRES, "Techno"));
-  const std::string calm = std::to_string(id_of(TROVA_LIST_MOODS, "Calm"));
-  const std::string angry = std::to_string(id_of(TROVA_LIST_MOODS, "Angry"));
-  add("calm-bebop", {{TROVA_VAL_GENRE_ID, bebop}, {TROVA_VAL_MOOD_DATA, calm + ":100"}});
-  add("angry-bebop", {{TROVA_VAL_GENRE_ID, bebop}, {TROVA_VAL_MOOD_DATA, angry + ":100"}});
-  add("calm-techno", {{TROVA_VAL_GENRE_ID, techno}, {TROVA_VAL_MOOD_DATA, calm + ":100"}});
-  add("angry-techno", {{TROVA_VAL_GENRE_ID, techno}, {TROVA_VAL_MOOD_DATA, angry + ":100"}});
-  EXPECT_EQ(like_this({{TROVA_VAL_GENRE_ID, bebop}, {TROVA_VAL_MOOD_DATA, calm + ":100"}}),
-            "angry-bebop calm-bebop calm-techno");
-  EXPECT_EQ(like_this({{TROVA_VAL_GENRE_ID, bebop}}), "angry-bebop calm-bebop");
-  EXPECT_EQ(like_this({{TROVA_VAL_MOOD_DATA, calm + ":100"}}), "calm-bebop calm-techno");
-  EXPECT_EQ(like_this({{TROVA_VAL_ARTIST, "Nobody"}}), "");
 }
 
 }  // namespace
