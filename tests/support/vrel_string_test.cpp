@@ -112,60 +112,17 @@ TEST(vrel_string, wide_text_has_surrogate_pairs_and_replaces_broken_ones) {
   test_memory_fail_after(-1);
 }
 
-// The C library's conversions in 64 bits, cut to the limits of 32.
-void expect_number_as_libc(const char* text, uint32_t base) {
-  SCOPED_TRACE(std::string(text) + " in base " + std::to_string(base));
-  char* their_end = nullptr;
-  const int64_t value = strtoll(text, &their_end, static_cast<int>(base));
-  const auto as_signed = static_cast<int32_t>(std::clamp<int64_t>(value, INT32_MIN, INT32_MAX));
-  const bool overflow = value > UINT32_MAX || value < -int64_t{UINT32_MAX};
-  const uint32_t as_unsigned = overflow ? UINT32_MAX : static_cast<uint32_t>(value);
-  const char *end = nullptr, *unsigned_end = nullptr;
-  EXPECT_EQ(vrel_string_strtol(text, &end, base), as_signed);
-  EXPECT_EQ(vrel_string_strtoul(text, &unsigned_end, base), as_unsigned);
-  EXPECT_TRUE(end == their_end && unsigned_end == their_end);
-  if (base != 10) return;
-  EXPECT_EQ(vrel_string_atoi32(text), as_signed);
-  EXPECT_EQ(vrel_string_atou32(text), as_unsigned);
-}
-
-TEST(vrel_string, integers_are_read_as_with_a_long_of_32_bits) {
-  for (const uint32_t base : {0u, 2u, 10u, 16u, 36u}) {
-    for (const char* edge : {"2147483647", "2147483648", "4294967295", "4294967296", "-2147483648",
-                             "-2147483649", "-1", "-4294967295", "-4294967296", "42949672960x"}) {
-      expect_number_as_libc(edge, base);
-    }
-    for (const char* form : {"", "+-1", "- 1", " \t\n\v\f\r+1.5", "abc", "\u00a05", "0xFfg", "0x",
-                             "-0x10", "0X", "0779", "-zZ1"}) {
-      expect_number_as_libc(form, base);
-    }
-  }
-  for (const uint32_t no_base : {1u, 37u}) EXPECT_EQ(vrel_string_strtol("1", nullptr, no_base), 0);
-  EXPECT_EQ(vrel_string_atoi32(nullptr), 0);
-}
-
-void expect_double_as_libc(const std::string& text) {
-  const double expected = strtod(text.c_str(), nullptr);
-  const double value = vrel_string_atof64(text.c_str());
-  EXPECT_TRUE(value == expected && std::signbit(value) == std::signbit(expected)) << text;
-}
-
-TEST(vrel_string, doubles_are_read_to_the_nearest_value) {
-  for (const char* form :
-       {" \t-12.75e2x", "+.5", "5.", "-0", ".", "-", "1e", "1e-x", "1.e1", "e5"}) {
-    expect_double_as_libc(form);
-  }
-  for (const char* edge : {"1e308", "-1e309", "4.9e-324", "2e-324", "1e-400", "0e99999",
-                           "1e99999999999", "9007199254740993"}) {
-    expect_double_as_libc(edge);
-  }
+// Shorter numbers are the fuzzer's.
+TEST(vrel_string, doubles_of_many_digits_are_read_to_the_nearest_value) {
   const std::string half = "1.00000000000000011102230246251565404236316680908203125";
   const std::string many(3000, '7'), zeros(2000, '0');
   for (const auto& text : {half + "0", half + zeros + "1", many + "." + many + "e-2990",
                            "0." + zeros + "5e2000", "1" + zeros + "e-2000"}) {
-    expect_double_as_libc(text);
+    EXPECT_EQ(vrel_string_atof64(text.c_str()), strtod(text.c_str(), nullptr)) << text;
   }
+  EXPECT_TRUE(std::signbit(vrel_string_atof64("-0")));
   for (const char* text : {"inf", "nan", "0x10"}) EXPECT_EQ(vrel_string_atof64(text), 0.0) << text;
+  EXPECT_TRUE(vrel_string_atou32(nullptr) == 0 && vrel_string_atof64(nullptr) == 0);
 }
 
 TEST(vrel_string, truth_is_a_word_or_a_number_that_is_not_zero) {
