@@ -1,7 +1,6 @@
 // fuzz_string: two texts and a number out of the input, through the string and UTF-8 functions,
 // each beside the plainest way to say what it does, or beside the C library.
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -263,20 +262,6 @@ void check_units(const std::string& bytes) {
   vrel_string_free(text);
 }
 
-void check_classes(uint32_t character) {
-  const bool ascii = character < 0x80;
-  const int c = ascii ? static_cast<int>(character) : 0x80;
-  FUZZ_REQUIRE(vrel_string_isalnum(character) == (ascii && std::isalnum(c) != 0));
-  FUZZ_REQUIRE(vrel_string_isdigit(character) == (ascii && std::isdigit(c) != 0));
-  FUZZ_REQUIRE(vrel_string_isspace(character) == (ascii && std::isspace(c) != 0));
-  FUZZ_REQUIRE(vrel_string_isxdigit(character) == (ascii && std::isxdigit(c) != 0));
-  FUZZ_REQUIRE(vrel_string_isprint(character) == (ascii && std::isprint(c) != 0));
-  FUZZ_REQUIRE(vrel_string_char_tolower(character) ==
-               (ascii ? static_cast<uint32_t>(std::tolower(c)) : character));
-  FUZZ_REQUIRE(vrel_string_char_toupper(character) ==
-               (ascii ? static_cast<uint32_t>(std::toupper(c)) : character));
-}
-
 // Up to the first byte that is not UTF-8, behind which there is no end.
 std::vector<uint32_t> pairs_of(const std::string& text) {
   std::vector<uint32_t> pairs;
@@ -333,7 +318,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   check_numbers(a, number);
   check_wide(a, number);
   check_units(rest);
-  check_classes(number);
   check_likeness(a, b);
   return 0;
 }

@@ -85,19 +85,6 @@ TEST(vrel_string_printf, doubles_are_those_of_the_c_library) {
   }
 }
 
-TEST(vrel_string_printf, texts_are_those_of_the_c_library) {
-  for (const auto& directive : directives("-", {"", "3", "20"}, {"", ".", ".1", ".4", ".1000"})) {
-    for (const char* text : {"", "a", "four", "Beyoncé", "\xff\xfe"}) {
-      ASSERT_EQ(ours(directive + "s>", text), theirs(directive + "s>", text)) << directive;
-    }
-  }
-  for (const int star : {-20, -1, 0, 5, 339}) {
-    ASSERT_EQ(ours("%*s|%*d", star, "ab", star, 7), theirs("%*s|%*d", star, "ab", star, 7));
-  }
-  const char unterminated[] = {'a', 'b', 'c'};
-  EXPECT_EQ(ours("%.3s%!.3s%.3w", unterminated, unterminated, unterminated), "abcabcabc");
-}
-
 TEST(vrel_string_printf, the_librarys_own_conversions_print_what_they_say) {
   const auto is = [](const std::string& expected, const std::string& format, auto... arguments) {
     EXPECT_EQ(ours(format, arguments...), expected) << format;
@@ -112,6 +99,8 @@ TEST(vrel_string_printf, the_librarys_own_conversions_print_what_they_say) {
   is("[ é\x7f\xff]", "[%5w]", "\x01é\x7f\xff\x1fz");
   is("[ab  ]", "[%-4w]", "ab\ncd");
   // Texts.
+  const char unterminated[] = {'a', 'b', 'c'};
+  is("abcabcabc", "%.3s%!.3s%.3w", unterminated, unterminated, unterminated);
   is("(null) (nu", "%s %.3s", no_text, no_text);
   is("[   ab]", "[%05s]", "ab");
   is("[ ét]", "[%!3.2s]", "été");
@@ -169,14 +158,9 @@ TEST(vrel_string_printf, a_directive_without_a_known_letter_fails_the_call) {
   EXPECT_EQ(test_memory_blocks(), 0u);
 }
 
-TEST(vrel_string_printf, a_buffer_gets_what_fits_and_the_answer_is_the_whole_length) {
-  for (uint32_t size = 1; size < 12; ++size) {
-    const auto text = std::make_unique<char[]>(size);
-    EXPECT_EQ(vrel_string_snprintf(text.get(), size, "%s-%05d", "abc", 42), 9);
-    EXPECT_EQ(text.get(), std::string("abc-00042").substr(0, size - 1));
-  }
-  EXPECT_EQ(vrel_string_snprintf(nullptr, 0, "%d", 1234), 4);
+TEST(vrel_string_printf, a_buffer_and_a_format_are_required) {
   char text[4];
+  EXPECT_EQ(vrel_string_snprintf(nullptr, 0, "%d", 1234), 4);
   EXPECT_EQ(static_cast<uint32_t>(vrel_string_snprintf(nullptr, 1, "")), kVrelStringInvalidArg);
   EXPECT_EQ(static_cast<uint32_t>(vrel_string_snprintf(text, 4, nullptr)), kVrelStringInvalidArg);
 }
