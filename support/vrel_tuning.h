@@ -37,16 +37,16 @@ constexpr uint32_t kVrelPagesFirstRoom = vrel_tuned(16, 2);
 
 // Below this many keys the quicksort is as quick as going through all digits.
 constexpr uint32_t kVrelSortLeastRadix = vrel_tuned(48, 1);
-// A count so many times what is wanted makes it worth while to leave the rest unsorted.
+// If fewer than one in this many elements are wanted, the rest is left unsorted.
 constexpr uint32_t kVrelSortMuchMore = vrel_tuned(16, 1);
-// So many times its budget, for certain, and the quicksort is not even tried.
+// The quicksort is not tried if ties alone will cost it this multiple of its budget.
 constexpr uint32_t kVrelSortOvertaxed = vrel_tuned(2, 1);
 
 // ---- String tables ----
 
 // As powers of two, the least and the largest chunk of text in bytes: small ones waste little,
-// large ones are few. Between them a chunk is an eighth of the text. The guide to chunks tells
-// eighths of a power apart, so the least power is 3.
+// large ones are few. Between them a chunk is an eighth of the text. The guide to chunks divides
+// each power of two by eight, so the least power is 3.
 constexpr uint32_t kVrelTextLeastPower = vrel_tuned(8, 3);
 constexpr uint32_t kVrelTextLargestPower = vrel_tuned(20, 3);
 // Chunks that a text first has room for.
@@ -78,11 +78,12 @@ constexpr uint32_t kVrelHashtableNearIndex = vrel_tuned(8, 0);
 
 // What an accumulator first makes room for.
 constexpr uint32_t kVrelAccumFirstSize = vrel_tuned(64, 1);
-// Padding is written in pieces of this many characters, which lie on the stack.
+// Padding is written in pieces of this many characters, which are on the stack.
 constexpr uint32_t kVrelPrintfChunk = vrel_tuned(32, 1);
 // Digits that surely fit 32 bits: up to here a number is read without looking for more. At most 9.
 constexpr uint32_t kVrelSafeDigits = vrel_tuned(9, 0);
-// A table that has so many times the entries of another is searched for them.
+// A table with more than this multiple of another's entries is searched for them; tables of similar
+// size are merged.
 constexpr uint32_t kVrelFuzzyMuchLonger = vrel_tuned(8, 1);
 // Up to here the simplest sort of pairs is the quickest.
 constexpr uint32_t kVrelFuzzyShortTable = vrel_tuned(48, 1);
@@ -97,7 +98,7 @@ constexpr uint32_t kPlaylistMoodMemoProbes = vrel_tuned(4, 1);
 // may have many comparisons over few values.
 constexpr uint32_t kPlaylistScoreCacheBits = vrel_tuned(9, 1);
 constexpr uint32_t kPlaylistScoreCacheQuestions = vrel_tuned(64, 1);
-// The first table that tells the values of a column apart, as a power of two.
+// The first table of a column's distinct values, as a power of two.
 constexpr uint32_t kPlaylistColumnSlotBits = vrel_tuned(8, 1);
 // The least table of a column's texts; a power of two.
 constexpr uint32_t kPlaylistColumnTexts = vrel_tuned(4, 1);
@@ -110,7 +111,8 @@ constexpr uint32_t kPlaylistColumnPlaces = vrel_tuned(1024, 2);
 constexpr uint32_t kPlaylistJoinSteps = vrel_tuned(4, 1);
 // Entries that are handed to a playlist at a time.
 constexpr uint32_t kPlaylistEntryBatch = vrel_tuned(32, 1);
-// Up to one in so many selected entries are marked, beyond that all are looked at.
+// If a comparison selects at most one in this many entries, they are marked and then collected;
+// else all entries are looked at.
 constexpr uint32_t kPlaylistFewShare = vrel_tuned(8, 1);
 // Idents that a statement without WHERE takes at a time.
 constexpr uint32_t kPlaylistIdentBatch = vrel_tuned(64, 1);

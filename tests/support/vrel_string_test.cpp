@@ -82,9 +82,9 @@ TEST(vrel_string, duplicates_end_in_time_or_with_nothing) {
 }
 
 TEST(vrel_string, searches_find_no_character_that_is_none) {
-  for (const uint32_t absent : {0x78u, 0xe8u, 0xd800u, 0x110000u}) {
-    EXPECT_EQ(vrel_string_strchr("b\u00e9X", absent), nullptr);
-    EXPECT_EQ(vrel_string_strrchr("b\u00e9X", absent), nullptr);
+  for (const uint32_t absent : {0x78u, 0x80u, 0xe8u, 0xd800u, 0x110000u}) {
+    EXPECT_EQ(vrel_string_strchr("b\x80\u00e9X", absent), nullptr);
+    EXPECT_EQ(vrel_string_strrchr("b\x80\u00e9X", absent), nullptr);
   }
   const char* const text = "b";
   EXPECT_TRUE(vrel_string_strchr(text, 0) == text + 1 && vrel_string_strrchr(text, 0) == text + 1);

@@ -17,8 +17,8 @@
 #include "vrel_random.h"
 #include "vrel_spinlock.h"
 
-// Calls of pthread_cond_wait, counted here while the mutex is held: who takes the mutex afterwards
-// finds the caller waiting.
+// Counts calls of pthread_cond_wait while the mutex is held: a thread that takes the mutex
+// afterwards finds the caller waiting.
 static std::atomic<uint32_t> g_waits;
 extern "C" int __real_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex);
 extern "C" int __wrap_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
