@@ -218,7 +218,6 @@ static uint32_t _vrel_hashtable_reserve(vrel_hashtable* table, uint32_t used) {
   if (table->bucket_count > threshold) return 0;
   uint32_t wanted = kFirstBuckets;
   while (wanted <= threshold) wanted *= 2;
-  if (wanted == table->bucket_count) return 0;
   auto* buckets = static_cast<Entry**>(vrel_memory_calloc(wanted, sizeof(Entry*)));
   if (buckets == nullptr) return VREL_LOG_HERE(kVrelNoMemory);
   vrel_memory_free(table->buckets);

@@ -218,6 +218,15 @@ TEST_F(vrel_hashtable_test, keys_and_copies_are_the_tables_own_unless_asked_othe
   ASSERT_EQ(vrel_hashtable_value_find(table, "kEY", &value, nullptr), 0u);
   EXPECT_EQ(*static_cast<uint32_t*>(value), 8u);
   ASSERT_EQ(vrel_hashtable_value_add(table, "none", nullptr, 1, 1), 0u);
+  for (size_t length = 1; length < 40; ++length) {
+    const std::string long_key(length, 'x');
+    const char* stored = nullptr;
+    ASSERT_EQ(vrel_hashtable_value_add(table, long_key.c_str(), "value", 6, 1), 0u);
+    ASSERT_EQ(vrel_hashtable_value_get(table, static_cast<uint32_t>(length) + 1, &stored, nullptr,
+                                       nullptr),
+              0u);
+    EXPECT_EQ(stored, long_key) << "it ends in front of the value";
+  }
   EXPECT_EQ(vrel_hashtable_delete(table), 0u);
   EXPECT_TRUE(g_released.empty()) << "copies and nulls are not released";
 
