@@ -181,22 +181,27 @@ TEST_F(test_cli_collections, a_stored_collection_gives_what_its_library_gives) {
   }
 }
 
-TEST_F(test_cli_collections, odd_names_and_names_of_one_hash_keep_their_bytes) {
+TEST_F(test_cli_collections, odd_names_long_titles_and_names_of_one_hash_keep_their_bytes) {
   Words names = {"-n.flac", "Aa.flac", "B@.flac", "a\nb.flac", "bad\xff.flac", "Caa/Bb.flac"};
   for (const std::string& name : names) Audio(name);
+  names.emplace_back("a long title.flac");
+  WriteAudio(folder_, "music/" + names.back(),
+             {{"TITLE", std::string(10 << 20, 'L')}, {"GENRE", "Jazz"}});
   fs::create_directory_symlink(music_, music_ + "/loop");
+  fs::create_directory_symlink("other", music_ + "/one");
+  fs::create_directory_symlink("one", music_ + "/other");
   std::sort(names.begin(), names.end());
   Scan();
   EXPECT_EQ(Files(), names);
-  EXPECT_TRUE(Has(Scan().out, "0 files read, 6 as before"));
+  EXPECT_TRUE(Has(Scan().out, "0 files read, 7 as before"));
   fs::remove(music_ + "/Aa.flac");
   names.erase(std::find(names.begin(), names.end(), "Aa.flac"));
   Scan();
   EXPECT_EQ(Files(), names);
   Audio("B@.flac", "1999");
   Audio("Aa.flac");
-  EXPECT_TRUE(Has(Scan().out, "6 tracks; 1 added, 1 changed, 0 removed"));
-  EXPECT_EQ(Files().size(), 6u);
+  EXPECT_TRUE(Has(Scan().out, "7 tracks; 1 added, 1 changed, 0 removed"));
+  EXPECT_EQ(Files().size(), 7u);
 }
 
 TEST_F(test_cli_collections, tracks_that_cannot_be_seen_just_now_stay) {
