@@ -1,7 +1,10 @@
 // fuzz_library: a manager, tracks and failing allocations for fuzzers.
 #include "fuzz_library.h"
 
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 
 #include "fuzz_target.h"
 #include "vrel_memory.h"
@@ -17,9 +20,6 @@ void* __wrap_vrel_memory_realloc(void* block, size_t size);
 // vrel_random_rand(uint32_t*)
 uint32_t __real__Z16vrel_random_randPj(uint32_t* state);
 uint32_t __wrap__Z16vrel_random_randPj(uint32_t* state);
-// playlist_column_of(AttributeInfo*)
-void* __real__Z18playlist_column_ofP13AttributeInfo(void* info);
-void* __wrap__Z18playlist_column_ofP13AttributeInfo(void* info);
 }
 
 namespace {
@@ -110,198 +110,126 @@ uint32_t delete_comparison(void* context) {
   return 0;
 }
 
-uint32_t no_such_operator(uint32_t count, const uint32_t* from, uint32_t index,
-                          uint32_t* out_operator) {
+// The n-th operator, of the first `count`.
+uint32_t operator_at(uint32_t index, uint32_t count, uint32_t* out_operator) {
   if (index >= count) return PLERR_NotFound;
-  *out_operator = from[index];
+  *out_operator = index < 6 ? TROVA_PLAYLIST_OP_EQUAL + index : TROVA_PLAYLIST_OP_LIKE;
   return 0;
 }
 
 bool holds(uint32_t op, int order) {
-  switch (op) {
-    case TROVA_PLAYLIST_OP_EQUAL:
-      return order == 0;
-    case TROVA_PLAYLIST_OP_NOT_EQUAL:
-      return order != 0;
-    case TROVA_PLAYLIST_OP_GREATER:
-      return order > 0;
-    case TROVA_PLAYLIST_OP_GREATER_OR_EQUAL:
-      return order >= 0;
-    case TROVA_PLAYLIST_OP_LESS:
-      return order < 0;
-    default:
-      return order <= 0;
-  }
+  const bool answers[] = {order == 0, order != 0, order > 0, order >= 0, order < 0, order <= 0};
+  return answers[op - TROVA_PLAYLIST_OP_EQUAL];
 }
 
-constexpr uint32_t kOperators[] = {TROVA_PLAYLIST_OP_EQUAL,   TROVA_PLAYLIST_OP_NOT_EQUAL,
-                                   TROVA_PLAYLIST_OP_GREATER, TROVA_PLAYLIST_OP_GREATER_OR_EQUAL,
-                                   TROVA_PLAYLIST_OP_LESS,    TROVA_PLAYLIST_OP_LESS_OR_EQUAL,
-                                   TROVA_PLAYLIST_OP_LIKE};
-
-namespace rating {
-
-uint32_t get_name(const char** out_name) {
-  *out_name = "QX_Rating";
-  return 0;
-}
-
-uint32_t enum_operators(uint32_t index, uint32_t* out_operator) {
-  return no_such_operator(7, kOperators, index, out_operator);
-}
-
-uint32_t read(trova_gdo* data, int32_t* out_number) {
+uint32_t read_rating(trova_gdo* data, int32_t* out_number) {
   const char* text = nullptr;
   const uint32_t code = trova_manager_gdo_get_value(data, "rating", 1, &text);
   if (code == 0) *out_number = std::atoi(text);
   return code;
 }
 
-uint32_t capture(void* writer, trova_gdo* data, const trova_playlist_capture_callbacks* callbacks) {
-  int32_t number = 0;
-  const uint32_t code = read(data, &number);
-  return code != 0 ? code : callbacks->set_integer(writer, static_cast<uint32_t>(number));
-}
-
-uint32_t set_string(void* context, uint32_t op, const char* literal) {
-  auto* const self = static_cast<Comparison*>(context);
-  self->op = op;
-  self->number = std::atoi(literal);
-  return *literal == 'x' ? PLERR_InvalidData : 0;
-}
-
-uint32_t set_seed(void* context, uint32_t op, trova_gdo* seed) {
-  auto* const self = static_cast<Comparison*>(context);
-  self->op = op;
-  return read(seed, &self->number) == 0 ? 0 : TROVA_PLAYLIST_NO_VALUE;
-}
-
 // Odd numbers come with a warning, large ones fail.
-uint32_t evaluate(void* context, uint32_t value, int32_t* out_score) {
+uint32_t evaluate_rating(void* context, uint32_t value, int32_t* out_score) {
   const auto* const self = static_cast<const Comparison*>(context);
   const auto number = static_cast<int32_t>(value);
   if (number > 1000 && number < 2000) return PLERR_InvalidData;
   if (self->op == TROVA_PLAYLIST_OP_LIKE) {
-    *out_score =
-        1000 - 250 * (number % 100 > self->number % 100 ? number % 100 - self->number % 100
-                                                        : self->number % 100 - number % 100);
+    *out_score = 1000 - 250 * std::abs(number % 100 - self->number % 100);
   } else {
     *out_score = holds(self->op, (number > self->number) - (number < self->number)) ? 1000 : 0;
   }
   return number % 2 == 0 ? 0 : PLERR_NotFound;
 }
 
-uint32_t render(void*, uint32_t value, const char*, trova_locale*, const char** out_text) {
-  static const char* const kTexts[] = {"none", "one", "two", "three"};
-  if (value >= 4) return PLERR_NotFound;
-  *out_text = kTexts[value];
-  return 0;
-}
+constexpr trova_playlist_attribute_provider kRating = {
+    .get_name = [](const char** out) -> uint32_t { return *out = "QX_Rating", 0; },
+    .enum_operators = [](uint32_t n, uint32_t* out) { return operator_at(n, 7, out); },
+    .capture =
+        [](void* writer, trova_gdo* data, const trova_playlist_capture_callbacks* to) {
+          int32_t number = 0;
+          const uint32_t code = read_rating(data, &number);
+          return code != 0 ? code : to->set_integer(writer, static_cast<uint32_t>(number));
+        },
+    .create_context = create_comparison,
+    .set_value_from_string = [](void* context, uint32_t op, const char* literal) -> uint32_t {
+      *static_cast<Comparison*>(context) = {op, std::atoi(literal), ""};
+      return *literal == 'x' ? PLERR_InvalidData : 0;
+    },
+    .set_value_from_seed = [](void* context, uint32_t op, trova_gdo* seed) -> uint32_t {
+      auto* const self = static_cast<Comparison*>(context);
+      self->op = op;
+      return read_rating(seed, &self->number) == 0 ? 0 : TROVA_PLAYLIST_NO_VALUE;
+    },
+    .evaluate_integer = evaluate_rating,
+    .evaluate_string = nullptr,
+    .render_integer = [](void*, uint32_t value, const char*, trova_locale*,
+                         const char** out) -> uint32_t {
+      static const char* const kTexts[] = {"none", "one", "two", "three"};
+      return value < 4 ? (*out = kTexts[value], 0) : PLERR_NotFound;
+    },
+    .render_string = nullptr,
+    .delete_context = delete_comparison,
+};
 
-constexpr trova_playlist_attribute_provider kProvider = {
-    get_name, enum_operators, capture, create_comparison, set_string,       set_seed,
-    evaluate, nullptr,        render,  nullptr,           delete_comparison};
-
-}  // namespace rating
-
-namespace note {
-
-uint32_t get_name(const char** out_name) {
-  *out_name = "QX_Note";
-  return 0;
-}
-
-uint32_t enum_operators(uint32_t index, uint32_t* out_operator) {
-  return no_such_operator(6, kOperators, index, out_operator);
-}
-
-uint32_t capture(void* writer, trova_gdo* data, const trova_playlist_capture_callbacks* callbacks) {
-  const char* text = nullptr;
-  for (uint32_t i = 1; trova_manager_gdo_get_value(data, "note", i, &text) == 0; ++i) {
-    (void)callbacks->set_string(writer, text);
-  }
-  return 0;
-}
-
-uint32_t set_string(void* context, uint32_t op, const char* literal) {
-  auto* const self = static_cast<Comparison*>(context);
-  self->op = op;
-  std::strncpy(self->text, literal, sizeof self->text - 1);
-  return 0;
-}
-
-uint32_t evaluate(void* context, const char* value, int32_t* out_score) {
-  const auto* const self = static_cast<const Comparison*>(context);
-  *out_score = holds(self->op, std::strcmp(value, self->text)) ? 1000 : 0;
-  return 0;
-}
-
-uint32_t render(void*, const char* value, const char*, trova_locale*, const char** out_text) {
-  *out_text = value;
-  return 0;
-}
-
-constexpr trova_playlist_attribute_provider kProvider = {
-    get_name, enum_operators, capture, create_comparison, set_string, nullptr, nullptr,
-    evaluate, nullptr,        render,  delete_comparison};
-
-}  // namespace note
+constexpr trova_playlist_attribute_provider kNote = {
+    .get_name = [](const char** out) -> uint32_t { return *out = "QX_Note", 0; },
+    .enum_operators = [](uint32_t n, uint32_t* out) { return operator_at(n, 6, out); },
+    .capture = [](void* writer, trova_gdo* data,
+                  const trova_playlist_capture_callbacks* to) -> uint32_t {
+      const char* text = nullptr;
+      for (uint32_t i = 1; trova_manager_gdo_get_value(data, "note", i, &text) == 0; ++i) {
+        (void)to->set_string(writer, text);
+      }
+      return 0;
+    },
+    .create_context = create_comparison,
+    .set_value_from_string = [](void* context, uint32_t op, const char* literal) -> uint32_t {
+      auto* const self = static_cast<Comparison*>(context);
+      self->op = op;
+      std::strncpy(self->text, literal, sizeof self->text - 1);
+      return 0;
+    },
+    .set_value_from_seed = nullptr,
+    .evaluate_integer = nullptr,
+    .evaluate_string = [](void* context, const char* value, int32_t* out_score) -> uint32_t {
+      const auto* const self = static_cast<const Comparison*>(context);
+      *out_score = holds(self->op, std::strcmp(value, self->text)) ? 1000 : 0;
+      return 0;
+    },
+    .render_integer = nullptr,
+    .render_string = [](void*, const char* value, const char*, trova_locale*,
+                        const char** out) -> uint32_t { return *out = value, 0; },
+    .delete_context = delete_comparison,
+};
 
 }  // namespace
 
 void fuzz_register_attributes() {
-  FUZZ_REQUIRE(trova_playlist_register_attribute_provider(&rating::kProvider) == 0);
-  FUZZ_REQUIRE(trova_playlist_register_attribute_provider(&note::kProvider) == 0);
+  FUZZ_REQUIRE(trova_playlist_register_attribute_provider(&kRating) == 0);
+  FUZZ_REQUIRE(trova_playlist_register_attribute_provider(&kNote) == 0);
 }
 
 // -- tracks ---------------------------------------------------------------------------------------
 
 namespace {
 
-struct Track {
-  const char* artist;
-  const char* album;
-  const char* genre;
-  const char* era;
-  const char* origin;
-  const char* artist_type;
-  const char* moods;  // one name, or two for a profile
-  const char* tempo;
-  const char* rating;
-  const char* note;
-};
+// The tracks of tracks.txt, by column.
+using Track = std::vector<std::string>;
 
-constexpr Track kTracks[] = {
-    {"Miles Davis", "Kind of Blue", "Modal Jazz", "1959", "United States", "Male Solo Artist",
-     "Peaceful", "136", "3", "live"},
-    {"Miles Davis", "Milestones", "Hard Bop", "1958", "United States", "Male Solo Artist",
-     "Restless|Energetic", "240", "2", "red"},
-    {"Kraftwerk", "Autobahn", "Electronic", "1974", "Germany", "Male Group", "Peaceful|Dreamy",
-     "83", "1", "blue"},
-    {"Massive Attack", "Mezzanine", "Trip Hop", "1998", "England", "Mixed Group", "Brooding", "77",
-     "0", "red"},
-    {"Getz & Gilberto", "Getz/Gilberto", "Bossa Nova", "1964", "Brazil", "Male Duo",
-     "Peaceful|Romantic", "120", "5", "blue"},
-    {"H\xc3\xa9"
-     "ctor Lavoe",
-     "Comedia", "Salsa", "1978", "Puerto Rico", "Male Solo Artist", "Wistful|Dramatic", "92", "4",
-     "LIVE"},
-    {"Idir", "A vava inouva", "Berber Music", "1976", "Algeria", "Male Solo Artist", "Nostalgic",
-     "92", "1500", "a long note that goes on"},
-    {"Amanaz", "Africa", "Psychedelic Rock", "1975", "Zambia", "Male Group", "Melancholic|Dreamy",
-     "84", "", "x"},
-    {"Focus", "Moving Waves", "Progressive Rock", "1971", "Netherlands", "Male Group",
-     "Playful|Energetic", "190", "7", ""},
-    {"ABBA", "Arrival", "Disco", "1976", "Sweden", "Mixed Group", "Joyful", "100", "-3", "blue"},
-    {"Aretha Franklin", "Lady Soul", "Soul", "1968", "United States", "Female Solo Artist",
-     "Tender|Energetic", "118", "3", "red"},
-    {"Bob Marley", "Exodus", "Reggae", "1977", "Jamaica", "Male Solo Artist", "Laid-Back", "76",
-     "99", "red"},
-    {"MILES DAVIS", "Kind Of Blue", "Cool Jazz", "1957", "United States", "Male Solo Artist",
-     "Laid-Back|Graceful", "0", "3", "Live"},
-    {"", "", "Jazz", "1970s", "Europe", "", "", "320", "", ""},
-    {"x", "y", "", "", "", "", "", "", "2000000000", "z"},
-};
+std::vector<Track> read_tracks() {
+  std::vector<Track> tracks;
+  std::ifstream lines(FUZZ_TRACKS);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with('#')) continue;
+    Track track(10);
+    std::istringstream columns(line);
+    for (std::string& column : track) std::getline(columns, column, '\t');
+    tracks.push_back(track);
+  }
+  FUZZ_REQUIRE(!tracks.empty());
+  return tracks;
+}
 
 void add_value(trova_gdo* object, const char* key, const std::string& text) {
   if (!text.empty()) FUZZ_REQUIRE(trova_manager_gdo_add_value(object, key, text.c_str()) == 0);
@@ -346,18 +274,18 @@ void add_child(trova_gdo* object, const char* key, trova_gdo* child) {
 
 trova_gdo* track_object(const Track& track) {
   trova_gdo* const object = new_object(TROVA_CTX_TRACK);
-  add_value(object, TROVA_VAL_ARTIST, track.artist);
-  add_id(object, TROVA_VAL_GENRE_ID, TROVA_LIST_GENRES, track.genre);
-  add_id(object, TROVA_VAL_ERA_ID, TROVA_LIST_ERAS, track.era);
-  add_id(object, TROVA_VAL_ORIGIN_ID, TROVA_LIST_ORIGINS, track.origin);
-  add_id(object, TROVA_VAL_ARTIST_TYPE_ID, TROVA_LIST_ARTIST_TYPES, track.artist_type);
-  add_moods(object, track.moods);
-  add_value(object, TROVA_VAL_TEMPO, track.tempo);
-  add_value(object, "rating", track.rating);
-  add_value(object, "note", track.note);
-  if (*track.album != '\0') {
+  add_value(object, TROVA_VAL_ARTIST, track[0]);
+  add_id(object, TROVA_VAL_GENRE_ID, TROVA_LIST_GENRES, track[2]);
+  add_id(object, TROVA_VAL_ERA_ID, TROVA_LIST_ERAS, track[3]);
+  add_id(object, TROVA_VAL_ORIGIN_ID, TROVA_LIST_ORIGINS, track[4]);
+  add_id(object, TROVA_VAL_ARTIST_TYPE_ID, TROVA_LIST_ARTIST_TYPES, track[5]);
+  add_moods(object, track[6]);
+  add_value(object, TROVA_VAL_TEMPO, track[7]);
+  add_value(object, "rating", track[8]);
+  add_value(object, "note", track[9]);
+  if (!track[1].empty()) {
     trova_gdo* const album = new_object(TROVA_CTX_ALBUM);
-    add_value(album, TROVA_VAL_TITLE, track.album);
+    add_value(album, TROVA_VAL_TITLE, track[1]);
     add_child(object, TROVA_CHILD_ALBUM, album);
   }
   return object;
@@ -365,11 +293,12 @@ trova_gdo* track_object(const Track& track) {
 
 std::vector<trova_gdo*> make_objects() {
   std::vector<trova_gdo*> objects;
-  for (const Track& track : kTracks) objects.push_back(track_object(track));
+  const std::vector<Track> tracks = read_tracks();
+  for (const Track& track : tracks) objects.push_back(track_object(track));
   trova_gdo* const album = new_object(TROVA_CTX_ALBUM);
   add_value(album, TROVA_VAL_TITLE, "Blue Train");
   add_value(album, TROVA_VAL_ARTIST, "John Coltrane");
-  add_child(album, TROVA_CHILD_MATCHED_TRACK, track_object(kTracks[1]));
+  add_child(album, TROVA_CHILD_MATCHED_TRACK, track_object(tracks[1]));
   objects.push_back(album);
   objects.push_back(new_object(TROVA_CTX_TRACK));
   objects.push_back(new_object("something else"));

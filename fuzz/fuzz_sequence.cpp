@@ -8,6 +8,7 @@
 // were made, a collection that is read back is the one that was written, a synchronisation tells
 // exactly the difference. At the end everything is released and no block is left.
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <deque>
 #include <map>
@@ -28,24 +29,10 @@ constexpr int kMostCalls = 80;
 constexpr size_t kMostObjects = 12;
 
 const char* const kNames[] = {"one", "two", "three", "four words in it", "\xff"};
-const char* const kKeys[] = {TROVA_VAL_GENRE_ID,
-                             TROVA_VAL_MOOD_DATA,
-                             TROVA_VAL_TEMPO,
-                             "QX_Genre",
-                             "qx_rating",
-                             "QX_Note",
-                             "qx_artistname",
-                             "qx_albumname",
-                             "trova_val_list_genremeta",
-                             "trova_val_desc_era",
-                             "trova_val_moodsub",
-                             "trova_val_temposub",
-                             "trova_val_list_mood",
-                             "trova_val_nothing",
-                             "qx_origin",
-                             "QX_ArtistType",
-                             "trova_val_tempometa",
-                             "QX_Mood"};
+const char* const kKeys[] = {
+    TROVA_VAL_GENRE_ID, TROVA_VAL_MOOD_DATA, TROVA_VAL_TEMPO, "QX_Genre",
+    "qx_rating",        "QX_Note",           "qx_albumname",  "trova_val_list_genremeta",
+    "trova_val_nothing"};
 
 // Those before kFirstSeeded need no seed; what those before kFirstOrdered give does not depend on
 // the order of equals.
@@ -100,9 +87,8 @@ struct Collection {
   std::string name;
   Content content = {};
   Report report = {};
-  bool released = false;  // by the application; playlists and views may still hold it
-  uint32_t holders = 0;
 };
+// Held by the application, and by playlists and views as in the library.
 using CollectionRef = std::shared_ptr<Collection>;
 
 struct Results {
@@ -118,16 +104,24 @@ struct View {
   std::vector<std::pair<const char*, std::string>> texts = {};
 };
 
+// The memory that a call is refused: its n-th allocation, or all from it on; or what goes beyond so
+// many bytes more. 0: none.
+struct Fault {
+  uint32_t allocation = 0;
+  bool stays = false;
+  uint32_t limit = 0;
+};
+
 // What a handle is not.
 struct Foreign {
   uint32_t magic = 0xdeadbeef;
   uint32_t rest[15] = {};
 };
 
-uint64_t blocks_in_use() {
+trova_manager_memory_stats memory_stats() {
   trova_manager_memory_stats stats = {};
   FUZZ_REQUIRE(trova_manager_memory_stats_get(&stats) == 0);
-  return stats.blocks_in_use;
+  return stats;
 }
 
 class Program {
@@ -158,23 +152,14 @@ class Program {
   // Calls the library with the fault that is due, if one is.
   template <class Call>
   uint32_t call(Call body) {
-    trova_manager_memory_stats before = {};
-    if (fault_limit_ != 0) {
-      FUZZ_REQUIRE(trova_manager_memory_stats_get(&before) == 0);
-      (void)trova_manager_memory_limit_set(before.bytes_in_use + fault_limit_);
-    }
-    fuzz_fail_allocation(fault_allocation_, fault_stays_);
+    const Fault fault = std::exchange(fault_, {});
+    const trova_manager_memory_stats before = memory_stats();
+    if (fault.limit != 0) (void)trova_manager_memory_limit_set(before.bytes_in_use + fault.limit);
+    fuzz_fail_allocation(fault.allocation, fault.stays);
     const uint32_t code = body();
-    faulted_ = fuzz_allocation_failed();
-    if (fault_limit_ != 0) {
-      trova_manager_memory_stats after = {};
-      FUZZ_REQUIRE(trova_manager_memory_stats_get(&after) == 0);
-      faulted_ |= after.failures != before.failures;
-      (void)trova_manager_memory_limit_set(0);
-    }
-    limited_ = fault_limit_ != 0;
-    fault_allocation_ = 0;
-    fault_limit_ = 0;
+    faulted_ = fuzz_allocation_failed() || memory_stats().failures != before.failures;
+    limited_ = fault.limit != 0;
+    (void)trova_manager_memory_limit_set(0);
     return code;
   }
 
@@ -228,17 +213,18 @@ class Program {
     (this->*bytes_.pick(kSteps))();
   }
 
-  Collection* some_collection() {
-    if (collections_.empty()) create();
-    if (collections_.empty()) return nullptr;
-    return collections_[bytes_.below(static_cast<uint32_t>(collections_.size()))].get();
+  template <class T>
+  size_t some_index(const std::vector<T>& objects) {
+    return bytes_.below(static_cast<uint32_t>(objects.size()));
   }
 
-  CollectionRef ref_of(const Collection* collection) const {
-    for (const CollectionRef& ref : collections_) {
-      if (ref.get() == collection) return ref;
+  CollectionRef some_collection() {
+    if (collections_.empty()) {
+      const Fault later = std::exchange(fault_, {});
+      create();
+      fault_ = later;
     }
-    return nullptr;
+    return collections_[some_index(collections_)];
   }
 
   // A data object to read from: one with values, or a view.
@@ -256,7 +242,10 @@ class Program {
 
   void adopt(trova_playlist_collection* handle, const std::string& name, const Content& content) {
     FUZZ_REQUIRE(handle != nullptr);
-    collections_.push_back(std::make_shared<Collection>(Collection{handle, name, content}));
+    collections_.emplace_back(new Collection{handle, name, content}, [this](Collection* unheld) {
+      stale_.push_back(unheld->handle);
+      delete unheld;
+    });
     compare(*collections_.back());
   }
 
@@ -274,34 +263,17 @@ class Program {
 
   void release_some_collection() {
     if (collections_.empty()) return;
-    release_collection(bytes_.below(static_cast<uint32_t>(collections_.size())));
+    release_collection(some_index(collections_));
   }
 
   void release_collection(size_t index) {
     const CollectionRef collection = collections_[index];
     collections_.erase(collections_.begin() + static_cast<ptrdiff_t>(index));
     FUZZ_REQUIRE(trova_playlist_collection_release(collection->handle) == 0);
-    application_is_done(collection);
-  }
-
-  void application_is_done(const CollectionRef& collection) {
-    collection->released = true;
-    bury(collection);
-  }
-
-  void let_go(const CollectionRef& collection) {
-    --collection->holders;
-    bury(collection);
-  }
-
-  // A handle is stale once nobody holds its collection.
-  void bury(const CollectionRef& collection) {
-    if (collection->released && collection->holders == 0) stale_.push_back(collection->handle);
   }
 
   void rename() {
-    Collection* const collection = some_collection();
-    if (collection == nullptr) return;
+    const CollectionRef collection = some_collection();
     const char* const name = bytes_.pick(kNames);
     const uint32_t code =
         call([&] { return trova_playlist_collection_update_name(collection->handle, name); });
@@ -310,8 +282,7 @@ class Program {
   }
 
   void look_at_collection() {
-    Collection* const collection = some_collection();
-    if (collection == nullptr) return;
+    const CollectionRef collection = some_collection();
     compare(*collection);
     uint32_t count = 0;
     FUZZ_REQUIRE(trova_playlist_collection_attributes_count(collection->handle, &count) == 0);
@@ -357,25 +328,24 @@ class Program {
   }
 
   // Notes anew what the collection holds, after a call of which that cannot be foretold.
-  static void note_content(Collection* collection) {
-    if (!collection->content.certain) return;
-    const std::multiset<std::string> found = idents_in(*collection);
-    collection->content.idents.clear();
+  static void note_content(Collection& collection) {
+    if (!collection.content.certain) return;
+    const std::multiset<std::string> found = idents_in(collection);
+    collection.content.idents.clear();
     for (uint32_t i = 0; i < 16; ++i) {
       const std::string ident = ident_of(i);
       uint8_t exists = 0;
       FUZZ_REQUIRE(
-          trova_playlist_collection_ident_exists(collection->handle, ident.c_str(), &exists) == 0);
-      if (exists != 0) collection->content.idents[ident] = found.count(ident) != 0;
+          trova_playlist_collection_ident_exists(collection.handle, ident.c_str(), &exists) == 0);
+      if (exists != 0) collection.content.idents[ident] = found.count(ident) != 0;
     }
-    compare(*collection);
+    compare(collection);
   }
 
   // -------------------------------------------------------------------------------- Idents
 
   void add() {
-    Collection* const collection = some_collection();
-    if (collection == nullptr) return;
+    const CollectionRef collection = some_collection();
     const std::string ident = ident_of(bytes_.byte());
     bool has_values = false;
     trova_gdo* const data = some_data(&has_values);
@@ -384,7 +354,7 @@ class Program {
     });
     FUZZ_REQUIRE(code == 0 || faulted_);
     if (faulted_ || !has_values) {
-      note_content(collection);
+      note_content(*collection);
     } else {
       collection->content.idents[ident] = true;
     }
@@ -392,8 +362,7 @@ class Program {
   }
 
   void add_many() {
-    Collection* const collection = some_collection();
-    if (collection == nullptr) return;
+    const CollectionRef collection = some_collection();
     const uint32_t first = bytes_.byte();
     for (uint32_t i = 0; i < 12; ++i) {
       const std::string ident = ident_of(first + i);
@@ -406,18 +375,17 @@ class Program {
   }
 
   void remove() {
-    Collection* const collection = some_collection();
-    if (collection == nullptr) return;
-    remove(collection, ident_of(bytes_.byte()));
+    const CollectionRef collection = some_collection();
+    remove(*collection, ident_of(bytes_.byte()));
     compare(*collection);
   }
 
-  void remove(Collection* collection, const std::string& ident) {
+  void remove(Collection& collection, const std::string& ident) {
     const uint32_t code = call(
-        [&] { return trova_playlist_collection_ident_remove(collection->handle, ident.c_str()); });
-    if (!collection->content.certain) return;
-    const auto found = collection->content.idents.find(ident);
-    const uint32_t expected = found == collection->content.idents.end() ? PLERR_NotFound : 0;
+        [&] { return trova_playlist_collection_ident_remove(collection.handle, ident.c_str()); });
+    if (!collection.content.certain) return;
+    const auto found = collection.content.idents.find(ident);
+    const uint32_t expected = found == collection.content.idents.end() ? PLERR_NotFound : 0;
     if (settled(code, expected)) {
       found->second = false;
     } else {
@@ -428,8 +396,8 @@ class Program {
   // --------------------------------------------------------------------------------- Views
 
   void make_view() {
-    Collection* const collection = some_collection();
-    if (collection == nullptr || views_.size() >= kMostObjects) return;
+    const CollectionRef collection = some_collection();
+    if (views_.size() >= kMostObjects) return;
     const std::string ident = ident_of(bytes_.byte());
     trova_gdo* view = nullptr;
     const uint32_t code = call([&] {
@@ -439,8 +407,7 @@ class Program {
     const bool known = content.idents.count(ident) != 0;
     if (!content.certain ? code == 0 : settled(code, known ? 0 : PLERR_NotFound)) {
       FUZZ_REQUIRE(view != nullptr);
-      ++collection->holders;
-      views_.push_back({view, ref_of(collection)});
+      views_.push_back({view, collection});
     } else {
       FUZZ_REQUIRE(view == nullptr);
     }
@@ -448,7 +415,7 @@ class Program {
 
   void read_view() {
     if (views_.empty()) return;
-    View& view = views_[bytes_.below(static_cast<uint32_t>(views_.size()))];
+    View& view = views_[some_index(views_)];
     const char* text = nullptr;
     FUZZ_REQUIRE(trova_manager_gdo_get_context(view.handle, &text) == 0);
     FUZZ_REQUIRE(std::strcmp(text, TROVA_CTX_EXTDATA) == 0);
@@ -467,7 +434,7 @@ class Program {
   }
 
   void release_some_view() {
-    if (!views_.empty()) release_view(bytes_.below(static_cast<uint32_t>(views_.size())));
+    if (!views_.empty()) release_view(some_index(views_));
   }
 
   void release_view(size_t index) {
@@ -475,16 +442,13 @@ class Program {
     FUZZ_REQUIRE(trova_manager_gdo_release(view.handle) == 0);
     if (--view.references != 0) return;
     stale_.push_back(view.handle);
-    const CollectionRef collection = view.collection;
     views_.erase(views_.begin() + static_cast<ptrdiff_t>(index));
-    let_go(collection);
   }
 
   // ----------------------------------------------------------------------------- Playlists
 
   void validate() {
-    Collection* const collection = some_collection();
-    if (collection == nullptr) return;
+    const CollectionRef collection = some_collection();
     const uint32_t number = bytes_.below(sizeof kStatements / sizeof kStatements[0]);
     const std::string text = bytes_.below(4) == 0 ? bytes_.text(60) : kStatements[number];
     uint8_t seed_used = 7;
@@ -496,32 +460,33 @@ class Program {
   }
 
   void generate() {
-    const CollectionRef collection = ref_of(some_collection());
-    if (collection == nullptr || results_.size() >= kMostObjects) return;
+    const CollectionRef collection = some_collection();
     const char* const statement = bytes_.pick(kStatements);
     bool has_values = false;
     trova_gdo* const seed = bytes_.below(4) == 0 ? nullptr : some_data(&has_values);
-    trova_playlist_results* results = nullptr;
-    const auto run = [&](trova_playlist_results** out_results) {
+    take_results_of(collection, [&](trova_playlist_results** out_results) {
       return trova_playlist_generate_playlist(nullptr, statement, collection->handle, seed,
                                               out_results);
-    };
-    const uint32_t code = call([&] { return run(&results); });
-    take_results(collection, code, results);
-    compare_memories(run);
+    });
   }
 
   void more_like_this() {
-    const CollectionRef collection = ref_of(some_collection());
-    if (collection == nullptr || results_.size() >= kMostObjects) return;
+    const CollectionRef collection = some_collection();
     bool has_values = false;
     trova_gdo* const seed = some_data(&has_values);
-    trova_playlist_results* results = nullptr;
-    const auto run = [&](trova_playlist_results** out_results) {
+    take_results_of(collection, [&](trova_playlist_results** out_results) {
       return trova_playlist_generate_morelikethis(user_, collection->handle, seed, out_results);
-    };
+    });
+  }
+
+  template <class Run>
+  void take_results_of(const CollectionRef& collection, Run run) {
+    if (results_.size() >= kMostObjects) return;
+    trova_playlist_results* results = nullptr;
     const uint32_t code = call([&] { return run(&results); });
-    take_results(collection, code, results);
+    FUZZ_REQUIRE((code == 0) == (results != nullptr));
+    compare(*collection);
+    if (results != nullptr) take_results(collection, results);
     compare_memories(run);
   }
 
@@ -546,12 +511,7 @@ class Program {
     FUZZ_REQUIRE(playlist(true) == playlist(false));
   }
 
-  void take_results(const CollectionRef& collection, uint32_t code,
-                    trova_playlist_results* results) {
-    FUZZ_REQUIRE((code == 0) == (results != nullptr));
-    compare(*collection);
-    if (results == nullptr) return;
-    ++collection->holders;
+  void take_results(const CollectionRef& collection, trova_playlist_results* results) {
     results_.push_back({results, collection});
     Results& taken = results_.back();
     uint32_t count = 0;
@@ -604,7 +564,7 @@ class Program {
   }
 
   void release_some_results() {
-    if (!results_.empty()) release_results(bytes_.below(static_cast<uint32_t>(results_.size())));
+    if (!results_.empty()) release_results(some_index(results_));
   }
 
   void release_results(size_t index) {
@@ -613,7 +573,6 @@ class Program {
     results_.erase(results_.begin() + static_cast<ptrdiff_t>(index));
     FUZZ_REQUIRE(trova_playlist_results_release(results.handle) == 0);
     stale_.push_back(results.handle);
-    let_go(results.collection);
   }
 
   // --------------------------------------------------------------------------------- Bytes
@@ -638,20 +597,24 @@ class Program {
     return bytes;
   }
 
-  void write_and_read() {
-    Collection* const collection = some_collection();
-    if (collection == nullptr || collections_.size() >= kMostObjects) return;
-    const std::string bytes = written(*collection);
+  std::pair<uint32_t, trova_playlist_collection*> read(const std::string& bytes) {
     trova_playlist_collection* handle = nullptr;
     const uint32_t code = call([&] {
       return trova_playlist_collection_deserialize(bytes.data(),
                                                    static_cast<uint32_t>(bytes.size()), &handle);
     });
-    if (!settled(code)) return FUZZ_REQUIRE(handle == nullptr);
-    const CollectionRef original = ref_of(collection);
-    adopt(handle, original->name, content_read_back(original->content));
-    if (!original->content.certain || original->content.has_removed()) return;
-    compare_playlists(*original, *collections_.back(), kStatements[bytes_.below(kFirstOrdered)]);
+    FUZZ_REQUIRE((code == 0) == (handle != nullptr));
+    return {code, handle};
+  }
+
+  void write_and_read() {
+    const CollectionRef collection = some_collection();
+    if (collections_.size() >= kMostObjects) return;
+    const auto [code, handle] = read(written(*collection));
+    if (!settled(code)) return;
+    adopt(handle, collection->name, content_read_back(collection->content));
+    if (!collection->content.certain || collection->content.has_removed()) return;
+    compare_playlists(*collection, *collections_.back(), kStatements[bytes_.below(kFirstOrdered)]);
   }
 
   // Equals may come in another order.
@@ -671,8 +634,8 @@ class Program {
   }
 
   void read_damaged() {
-    Collection* const collection = some_collection();
-    if (collection == nullptr || collections_.size() >= kMostObjects) return;
+    const CollectionRef collection = some_collection();
+    if (collections_.size() >= kMostObjects) return;
     std::string bytes = written(*collection);
     const uint32_t at = (bytes_.byte() << 8 | bytes_.byte()) % static_cast<uint32_t>(bytes.size());
     if (bytes_.below(2) == 0) {
@@ -680,12 +643,7 @@ class Program {
     } else {
       bytes[at] = static_cast<char>(bytes_.byte());
     }
-    trova_playlist_collection* handle = nullptr;
-    const uint32_t code = call([&] {
-      return trova_playlist_collection_deserialize(bytes.data(),
-                                                   static_cast<uint32_t>(bytes.size()), &handle);
-    });
-    FUZZ_REQUIRE((code == 0) == (handle != nullptr));
+    trova_playlist_collection* const handle = read(bytes).second;
     if (handle == nullptr) return;
     const char* name = nullptr;
     FUZZ_REQUIRE(trova_playlist_collection_get_name(handle, &name) == 0);
@@ -697,8 +655,7 @@ class Program {
   // ------------------------------------------------------------------------------- Storage
 
   void store() {
-    Collection* const collection = some_collection();
-    if (collection == nullptr) return;
+    const CollectionRef collection = some_collection();
     const uint32_t code =
         call([&] { return trova_playlist_storage_store_collection(collection->handle); });
     if (!settled(code)) return;
@@ -760,23 +717,21 @@ class Program {
   // ----------------------------------------------------------------------- Synchronisation
 
   void report() {
-    Collection* const collection = some_collection();
-    if (collection == nullptr) return;
+    const CollectionRef collection = some_collection();
     const uint32_t first = bytes_.byte();
     // One, or a whole row of them.
     for (uint32_t i = 0; i < (first >= 128 ? 14 : 1); ++i) {
-      report(collection, ident_of(first + i));
+      report(*collection, ident_of(first + i));
     }
   }
 
-  void report(Collection* collection, const std::string& ident) {
-    Report& report = collection->report;
-    const uint32_t code = call([&] {
-      return trova_playlist_collection_sync_ident_add(collection->handle, ident.c_str());
-    });
+  void report(Collection& collection, const std::string& ident) {
+    Report& report = collection.report;
+    const uint32_t code = call(
+        [&] { return trova_playlist_collection_sync_ident_add(collection.handle, ident.c_str()); });
     if (!settled(code)) {
       report.certain = false;
-    } else if (collection->content.idents.count(ident) != 0) {
+    } else if (collection.content.idents.count(ident) != 0) {
       report.started = true;
       ++report.known[ident];
     } else {
@@ -787,10 +742,9 @@ class Program {
 
   using Difference = std::multiset<std::pair<std::string, uint32_t>>;
 
-  static Difference difference_of(const Collection& collection) {
+  static Difference difference_of(const Content& content, const Report& report) {
     Difference difference;
-    const Report& report = collection.report;
-    for (const auto& [ident, has_values] : collection.content.idents) {
+    for (const auto& [ident, has_values] : content.idents) {
       const auto found = report.known.find(ident);
       const uint32_t times = found == report.known.end() ? 1 : found->second - 1;
       for (uint32_t i = 0; i < times; ++i) {
@@ -803,16 +757,9 @@ class Program {
     return difference;
   }
 
-  // What the callback does: nothing, what it is told to, end early, release the collection, or
-  // anything.
-  enum Manner : uint32_t { kWatch, kApply, kStop, kRelease, kMeddle, kManners };
-
   struct Processing {
-    Program* program;
     CollectionRef collection;
-    Manner manner;
-    uint32_t calls = 0;
-    uint32_t most = UINT32_MAX;
+    bool releases;  // the collection, in the first callback
     bool adds = false;
     Difference told = {};
   };
@@ -821,99 +768,29 @@ class Program {
                             uint32_t status, uint8_t* out_stop) {
     auto* const processing = static_cast<Processing*>(data);
     FUZZ_REQUIRE(handle == processing->collection->handle && *out_stop == 0);
-    FUZZ_REQUIRE(processing->calls < processing->most);
     FUZZ_REQUIRE(status == TROVA_PLAYLIST_SYNC_ADD ||
                  (status == TROVA_PLAYLIST_SYNC_REMOVE && !processing->adds));
     processing->adds = status == TROVA_PLAYLIST_SYNC_ADD;
+    if (processing->releases && processing->told.empty()) {
+      FUZZ_REQUIRE(trova_playlist_collection_release(handle) == 0);
+    }
     processing->told.emplace(ident, status);
-    ++processing->calls;
-    processing->program->react(processing, ident, status);
-    if (processing->manner == kStop && processing->calls == processing->most) *out_stop = 1;
-  }
-
-  // Faults that were meant for the processing itself do not strike here.
-  void react(Processing* processing, const std::string& ident, uint32_t status) {
-    Collection* const collection = processing->collection.get();
-    if (processing->manner == kApply && !ident.empty()) apply(collection, ident, status);
-    if (processing->manner == kRelease && processing->calls == 1) {
-      FUZZ_REQUIRE(trova_playlist_collection_release(collection->handle) == 0);
-    }
-    if (processing->manner != kMeddle || processing->calls > 20) return;
-    switch (bytes_.below(5)) {
-      case 0:
-        return apply(collection, ident_of(bytes_.byte()), TROVA_PLAYLIST_SYNC_ADD);
-      case 1:
-        return apply(collection, ident_of(bytes_.byte()), TROVA_PLAYLIST_SYNC_REMOVE);
-      case 2:
-        (void)trova_playlist_collection_sync_ident_add(collection->handle,
-                                                       ident_of(bytes_.byte()).c_str());
-        return;
-      case 3:
-        (void)trova_playlist_collection_sync_process(
-            collection->handle, [](void*, auto*, const char*, uint32_t, uint8_t*) {}, nullptr);
-        return;
-      default:
-        return;
-    }
-  }
-
-  static void apply(Collection* collection, const std::string& ident, uint32_t status) {
-    if (status == TROVA_PLAYLIST_SYNC_ADD) {
-      (void)trova_playlist_collection_ident_add(collection->handle, ident.c_str(),
-                                                fuzz_objects()[0]);
-    } else {
-      (void)trova_playlist_collection_ident_remove(collection->handle, ident.c_str());
-    }
   }
 
   void process() {
-    const CollectionRef collection = ref_of(some_collection());
-    if (collection == nullptr) return;
-    Processing processing = {this, collection, static_cast<Manner>(bytes_.below(kManners))};
-    if (processing.manner == kStop) processing.most = 1 + bytes_.below(8);
+    const CollectionRef collection = some_collection();
+    Processing processing = {collection, bytes_.below(5) == 3};
     const Report report = std::exchange(collection->report, {});
     const bool certain = report.certain && collection->content.certain;
-    Collection before = *collection;
-    before.report = report;
+    const Difference expected = difference_of(collection->content, report);
     const uint32_t code = call([&] {
       return trova_playlist_collection_sync_process(collection->handle, on_difference, &processing);
     });
-    if (processing.manner == kMeddle) collection->report.certain = false;
-    if (processing.manner == kRelease && processing.calls > 0) {
+    if (processing.releases && !processing.told.empty()) {
       collections_.erase(std::find(collections_.begin(), collections_.end(), collection));
-      application_is_done(collection);
-      if (collection->holders == 0) return;
     }
-    if (processing.manner != kWatch && processing.manner != kStop) {
-      // What a removal in the middle does to the texts told is its own matter.
-      note_content(collection.get());
-    }
-    if (!certain || processing.manner == kMeddle) return;
-    if (!settled(code, report.started ? 0 : PLERR_SyncNotStarted)) return;
-    require_told(processing, difference_of(before));
-    if (processing.manner == kApply && !faulted_) require_applied(*collection, report);
-  }
-
-  static void require_told(const Processing& processing, const Difference& expected) {
-    if (processing.manner == kStop) {
-      FUZZ_REQUIRE(processing.calls == std::min<size_t>(processing.most, expected.size()));
-    } else {
-      FUZZ_REQUIRE(processing.calls == expected.size());
-      FUZZ_REQUIRE(processing.manner == kApply || processing.told == expected);
-    }
-  }
-
-  // Each ident that was reported once is there now, and no other one that was not reported.
-  static void require_applied(const Collection& collection, const Report& report) {
-    for (const auto& [ident, has_values] : collection.content.idents) {
-      const auto found = report.known.find(ident);
-      const bool repeated = found != report.known.end() && found->second > 1;
-      const bool reported = found != report.known.end() || report.fresh.count(ident) != 0;
-      FUZZ_REQUIRE(!has_values || repeated || reported);
-    }
-    for (const std::string& ident : report.fresh) {
-      FUZZ_REQUIRE(collection.content.idents.count(ident) != 0);
-    }
+    if (!certain || !settled(code, report.started ? 0 : PLERR_SyncNotStarted)) return;
+    FUZZ_REQUIRE(processing.told == expected);
   }
 
   // --------------------------------------------------------------------------- Bad handles
@@ -933,140 +810,127 @@ class Program {
            std::any_of(views_.begin(), views_.end(), holds_it);
   }
 
+  enum class Kind { kCollection, kResults, kObject };
+
   // Something that is no live handle of a kind, or null when there is none at hand.
-  template <class T>
-  T* bad(bool wants_collection, bool wants_results, bool wants_object) {
+  void* not_a(Kind kind) {
     void* handle = nullptr;
     const uint32_t which = bytes_.below(7);
     const uint32_t number = bytes_.byte();
     if (which == 0 && !stale_.empty()) handle = stale_[number % stale_.size()];
     if (which == 1 && !stale_.empty()) handle = stale_.back();
     if (handle != nullptr && is_live(handle)) handle = nullptr;
-    if (which == 2 && !wants_collection && !collections_.empty()) {
+    if (which == 2 && kind != Kind::kCollection && !collections_.empty()) {
       handle = collections_[number % collections_.size()]->handle;
     }
-    if (which == 3 && !wants_results && !results_.empty()) {
+    if (which == 3 && kind != Kind::kResults && !results_.empty()) {
       handle = results_[number % results_.size()].handle;
     }
-    if (which == 4 && !wants_object) handle = fuzz_objects()[number % fuzz_objects().size()];
+    if (which == 4 && kind != Kind::kObject)
+      handle = fuzz_objects()[number % fuzz_objects().size()];
     if (which == 5) handle = &foreign_;
     if (which == 6) handle = reinterpret_cast<char*>(&foreign_) + 1 + number % 3;
-    return static_cast<T*>(handle);
+    return handle;
+  }
+
+  // Uses a handle for everything that a kind of handle is good for.
+  template <class Uses>
+  void require_refused(Uses uses, uint32_t expected) {
+    FUZZ_REQUIRE(call([&] {
+                   for (const uint32_t code : uses()) FUZZ_REQUIRE(code == expected);
+                   return 0;
+                 }) == 0);
   }
 
   void use_bad_collection() {
-    auto* const handle = bad<trova_playlist_collection>(true, false, false);
-    const uint32_t which = bytes_.below(18);
+    auto* const handle = static_cast<trova_playlist_collection*>(not_a(Kind::kCollection));
     if (handle == nullptr) return;
     const std::string ident = ident_of(bytes_.byte());
     const char* const name = ident.c_str();
     const char* text = nullptr;
     uint32_t count = 77;
     uint8_t flag = 77;
+    char buffer[4] = "";
     trova_gdo* const object = fuzz_objects()[0];
     trova_gdo* view = nullptr;
     trova_playlist_results* results = nullptr;
-    char buffer[4] = "";
-    const auto use = [&]() -> uint32_t {
-      switch (which) {
-        case 0:
-          return trova_playlist_collection_release(handle);
-        case 1:
-          return trova_playlist_collection_get_name(handle, &text);
-        case 2:
-          return trova_playlist_collection_update_name(handle, name);
-        case 3:
-          return trova_playlist_collection_attributes_count(handle, &count);
-        case 4:
-          return trova_playlist_collection_attributes_enum(handle, 0, &text);
-        case 5:
-          return trova_playlist_collection_ident_add(handle, name, object);
-        case 6:
-          return trova_playlist_collection_ident_exists(handle, name, &flag);
-        case 7:
-          return trova_playlist_collection_ident_count(handle, &count);
-        case 8:
-          return trova_playlist_collection_ident_enum(handle, 0, &text);
-        case 9:
-          return trova_playlist_collection_ident_remove(handle, name);
-        case 10:
-          return trova_playlist_collection_ident_get_gdo(handle, name, &view);
-        case 11:
-          return trova_playlist_collection_serialize_size(handle, &count);
-        case 12:
-          return trova_playlist_collection_serialize(handle, buffer, &count);
-        case 13:
-          return trova_playlist_storage_store_collection(handle);
-        case 14:
-          return trova_playlist_collection_sync_ident_add(handle, name);
-        case 15:
-          return trova_playlist_collection_sync_process(
-              handle, [](void*, auto*, const char*, uint32_t, uint8_t*) { std::abort(); }, nullptr);
-        case 16:
-          return trova_playlist_statement_validate("genpl", handle, &flag);
-        default:
-          return trova_playlist_generate_playlist(nullptr, "genpl", handle, object, &results);
-      }
+    const auto never = [](void*, auto*, const char*, uint32_t, uint8_t*) { std::abort(); };
+    const auto uses = [&] {
+      return std::array{
+          trova_playlist_collection_get_name(handle, &text),
+          trova_playlist_collection_update_name(handle, name),
+          trova_playlist_collection_attributes_count(handle, &count),
+          trova_playlist_collection_attributes_enum(handle, 0, &text),
+          trova_playlist_collection_ident_add(handle, name, object),
+          trova_playlist_collection_ident_exists(handle, name, &flag),
+          trova_playlist_collection_ident_count(handle, &count),
+          trova_playlist_collection_ident_enum(handle, 0, &text),
+          trova_playlist_collection_ident_remove(handle, name),
+          trova_playlist_collection_ident_get_gdo(handle, name, &view),
+          trova_playlist_collection_serialize_size(handle, &count),
+          trova_playlist_collection_serialize(handle, buffer, &count),
+          trova_playlist_storage_store_collection(handle),
+          trova_playlist_collection_sync_ident_add(handle, name),
+          trova_playlist_collection_sync_process(handle, never, nullptr),
+          trova_playlist_statement_validate("genpl", handle, &flag),
+          trova_playlist_generate_playlist(nullptr, "genpl", handle, object, &results),
+          trova_playlist_collection_release(handle),
+      };
     };
-    FUZZ_REQUIRE(call(use) == kBadHandle);
+    require_refused(uses, kBadHandle);
     FUZZ_REQUIRE(text == nullptr && count == 77 && flag == 77 && !view && !results);
   }
 
   void use_bad_results() {
-    auto* const handle = bad<trova_playlist_results>(false, true, false);
-    const uint32_t which = bytes_.below(3);
+    auto* const handle = static_cast<trova_playlist_results*>(not_a(Kind::kResults));
     if (handle == nullptr) return;
     uint32_t count = 77;
     const char* text = nullptr;
-    const auto use = [&] {
-      return which == 0   ? trova_playlist_results_count(handle, &count)
-             : which == 1 ? trova_playlist_results_enum(handle, 0, &text)
-                          : trova_playlist_results_release(handle);
+    const auto uses = [&] {
+      return std::array{trova_playlist_results_count(handle, &count),
+                        trova_playlist_results_enum(handle, 0, &text),
+                        trova_playlist_results_release(handle)};
     };
-    FUZZ_REQUIRE(call(use) == kBadHandle);
+    require_refused(uses, kBadHandle);
     FUZZ_REQUIRE(count == 77 && text == nullptr);
   }
 
   void use_bad_object() {
-    Collection* const collection = some_collection();
-    auto* const object = bad<trova_gdo>(false, false, true);
-    const uint32_t which = bytes_.below(8);
-    if (object == nullptr || collection == nullptr) return;
+    trova_playlist_collection* const collection = some_collection()->handle;
+    auto* const object = static_cast<trova_gdo*>(not_a(Kind::kObject));
+    if (object == nullptr) return;
     const char* text = nullptr;
     uint32_t count = 77;
     trova_playlist_results* results = nullptr;
-    if (which < 3) {
-      const auto use = [&] {
-        return which == 0   ? trova_playlist_collection_ident_add(collection->handle, "x", object)
-               : which == 1 ? trova_playlist_generate_playlist(nullptr, "genpl where qx_era = seed",
-                                                               collection->handle, object, &results)
-                            : trova_playlist_generate_morelikethis(
-                                  reinterpret_cast<trova_user*>(object), collection->handle,
-                                  fuzz_objects()[0], &results);
+    const auto seed_uses = [&] {
+      return std::array{
+          trova_playlist_collection_ident_add(collection, "x", object),
+          trova_playlist_generate_playlist(nullptr, "genpl where qx_era = seed", collection, object,
+                                           &results),
+          trova_playlist_generate_morelikethis(reinterpret_cast<trova_user*>(object), collection,
+                                               fuzz_objects()[0], &results),
       };
-      FUZZ_REQUIRE(call(use) == kBadHandle);
-      FUZZ_REQUIRE(results == nullptr);
-      return;
-    }
-    const auto use = [&] {
-      return which == 3   ? trova_manager_gdo_addref(object)
-             : which == 4 ? trova_manager_gdo_release(object)
-             : which == 5 ? trova_manager_gdo_get_value(object, "QX_Genre", 1, &text)
-             : which == 6 ? trova_manager_gdo_value_count(object, "QX_Genre", &count)
-                          : trova_manager_gdo_add_value(object, "rating", "3");
     };
-    FUZZ_REQUIRE(call(use) == TROVA_MANAGER_BAD_HANDLE);
-    FUZZ_REQUIRE(text == nullptr && count == 77);
+    const auto object_uses = [&] {
+      return std::array{trova_manager_gdo_addref(object),
+                        trova_manager_gdo_get_value(object, "QX_Genre", 1, &text),
+                        trova_manager_gdo_value_count(object, "QX_Genre", &count),
+                        trova_manager_gdo_add_value(object, "rating", "3"),
+                        trova_manager_gdo_release(object)};
+    };
+    require_refused(seed_uses, kBadHandle);
+    require_refused(object_uses, TROVA_MANAGER_BAD_HANDLE);
+    FUZZ_REQUIRE(results == nullptr && text == nullptr && count == 77);
   }
 
   // ----------------------------------------------------------------------------- The rest
 
   void fail_next() {
-    fault_allocation_ = 1 + bytes_.byte();
-    fault_stays_ = bytes_.below(4) == 0;
+    fault_.allocation = 1 + bytes_.byte();
+    fault_.stays = bytes_.below(4) == 0;
   }
 
-  void limit_next() { fault_limit_ = 1 + (bytes_.byte() << 4); }
+  void limit_next() { fault_.limit = 1 + (bytes_.byte() << 4); }
 
   void register_attributes() {
     if (registrations_++ < 2) fuzz_register_attributes();
@@ -1095,9 +959,7 @@ class Program {
   int registrations_ = 0;
 
   // The fault of the next call, and what came of it.
-  uint32_t fault_allocation_ = 0;
-  bool fault_stays_ = false;
-  uint32_t fault_limit_ = 0;
+  Fault fault_ = {};
   bool faulted_ = false;
   bool limited_ = false;
 };
@@ -1114,11 +976,11 @@ void run_program(const uint8_t* data, size_t size) {
 // The manager makes some things when they are first asked for, and keeps them: but not each time.
 void require_nothing_left(const uint8_t* data, size_t size) {
   static uint64_t kept = 0;
-  if (blocks_in_use() <= kept) return;
+  if (memory_stats().blocks_in_use <= kept) return;
   run_program(data, size);
-  kept = blocks_in_use();
+  kept = memory_stats().blocks_in_use;
   run_program(data, size);
-  FUZZ_REQUIRE(blocks_in_use() <= kept);
+  FUZZ_REQUIRE(memory_stats().blocks_in_use <= kept);
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 
 using Case = std::vector<std::string>;
 
-// The rows of a kind, without it. Columns are parted by tabs; \r, \n and \t stand for themselves.
+// The rows of a kind, without it. Columns are parted by tabs; \r, \n, \t and \xHH are escapes.
 // Lines that start with "#" are comments.
 inline std::vector<Case> read_cases(const std::string& file, const std::string& kind) {
   std::vector<Case> cases;
@@ -20,12 +20,16 @@ inline std::vector<Case> read_cases(const std::string& file, const std::string& 
     Case row(1);
     for (size_t i = kind.size() + 1; i < line.size(); ++i) {
       const size_t escape =
-          line[i] == '\\' ? std::string("rnt").find(line[i + 1]) : std::string::npos;
+          line[i] == '\\' ? std::string("rntx").find(line[i + 1]) : std::string::npos;
       if (line[i] == '\t') {
         row.emplace_back();
+      } else if (escape == std::string::npos) {
+        row.back() += line[i];
+      } else if (line[++i] != 'x') {
+        row.back() += "\r\n\t"[escape];
       } else {
-        row.back() += escape == std::string::npos ? line[i] : "\r\n\t"[escape];
-        if (escape != std::string::npos) ++i;
+        row.back() += static_cast<char>(std::stoul(line.substr(i + 1, 2), nullptr, 16));
+        i += 2;
       }
     }
     cases.push_back(row);

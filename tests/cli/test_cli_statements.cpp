@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "case_file.h"
 #include "cli_test_files.h"
 #include "error.h"
 #include "handles.h"
@@ -39,49 +40,11 @@ int CaretOf(const std::string& detail) {
 }
 
 TEST_F(test_cli_statements, a_wrong_statement_shows_its_message_and_its_place) {
-  struct Case {
-    const char* statement;
-    const char* message;  // how it begins
-    int caret;            // -1: no place
-  };
-  const Case cases[] = {
-      {"genpl where", "expected ident|number at ''", 11},
-      {"genpl limit 5", "expected RESULTS|PER at ''", 13},
-      {"genpl order rand(5", "unexpected end of statement", 18},
-      {"genpl where (qx_era > 5;", "unexpected end of statement", 23},
-      {"genpl where )", "expected ident|number at ')'", 12},
-      {"genpl limit 5 results )", "unbalanced right parens ')'", 22},
-      {"gen playlist", "unexpected symbol 'playlist'", 4},
-      {"genpl order 10 -3", "unexpected symbol '-3'", 15},
-      {"genpl limit 10 results limit 5 results", "unexpected symbol 'limit'", 23},
-      {"genpl where qx_era = 5 & qx_era = 6", "unexpected symbol '&'", 23},
-      {"genpl where 5 = qx_era & 'x' or", "unexpected symbol '&'", 23},
-      {"genpl where qx_era 5", "bad operator '5'", 19},
-      {"genpl where qx_era & 5", "bad operator ''", 19},
-      {"genpl order qx_era)", "bad operator ')'", 18},
-      {"genpl limit results", "expected number at 'results'", 12},
-      {"genpl limit 5 x", "expected RESULTS|PER at 'x'", 14},
-      {"genpl where qx_era = 1 and x = 2", "attribute 'x' not supported", 27},
-      {"genpl where qx_genre = 12abc", "expected ident|number", 23},
-      {"genpl where qx_era = 1 or qx_genre < 5", "attribute 'qx_genre' does not support", 35},
-      {"genpl where 5 > qx_genre", "attribute 'qx_genre' does not support", 14},
-      {"genpl where qx_genre = 'ab", "a quote that is not closed", 23},
-      {"genpl where qx_genre = \"a;b\"", "a quote that is not closed", 23},
-      {"genpl where qx_genre = 'abc'", "a value that its attribute cannot read", 23},
-      {"genpl where qx_era = 5 and qx_genre like 0", "a value that its attribute cannot read", 41},
-      {"genpl order 5", "an operation that cannot stand", -1},
-      {"genpl where qx_genre = {Rokc}", "\"Rokc\" is not in the list of genres; nearest", 23},
-      {"genpl where qx_genre = {Rock", "this brace is never closed", 23},
-      {"genpl where qx_genre = { }", "there is no name", 23},
-      {"genpl where qx_artistname = {Rock}", "\"qx_artistname\" takes its values from no list", 28},
-      {"genpl where qx_genre = {Rock} oops", "unexpected symbol 'oops'", 30},
-      {"genpl where qx_genre = Rock", "attribute 'Rock' not supported by collection; a list", 23},
-  };
-  for (const Case& item : cases) {
-    SCOPED_TRACE(item.statement);
-    const CommandError fault = FaultOf(item.statement);
-    EXPECT_TRUE(std::string(fault.what()).starts_with(item.message)) << fault.what();
-    EXPECT_EQ(CaretOf(fault.detail()), item.caret) << fault.detail();
+  for (const Case& item : read_cases("statements.txt", "fault")) {
+    SCOPED_TRACE(item[0]);
+    const CommandError fault = FaultOf(item[0]);
+    EXPECT_TRUE(std::string(fault.what()).starts_with(item[1])) << fault.what();
+    EXPECT_EQ(CaretOf(fault.detail()), std::stoi(item[2])) << fault.detail();
   }
 }
 
@@ -94,45 +57,22 @@ TEST_F(test_cli_statements, parentheses_too_deep_are_shown_where_they_are) {
 }
 
 TEST_F(test_cli_statements, names_in_braces_become_the_ids_of_the_attribute_on_their_left) {
-  const std::string rock = IdOf(ListKind::kGenres, "Rock");
-  const std::string seventies = IdOf(ListKind::kEras, "1970s");
-  const struct {
-    std::string statement;
-    std::string text;
-  } cases[] = {
-      {"genpl where QX_Genre={ rock }", "genpl where QX_Genre=" + rock},
-      {"genpl where (qx_genre like {Rock}) >= 5 and qx_era = {1970s} limit 5 results",
-       "genpl where (qx_genre like " + rock + ") >= 5 and qx_era = " + seventies +
-           " limit 5 results"},
-      {"genpl where qx_genre = '{Rock}'", "genpl where qx_genre = '{Rock}'"},
-      {"genpl; {nothing is read here", "genpl; {nothing is read here"},
-      {"genpl where {1970s} = qx_era", "genpl where " + seventies + " = qx_era"},
-  };
-  for (const auto& item : cases) {
-    EXPECT_EQ(ExpandBraces(item.statement, lists_).text(), item.text);
+  for (const Case& item : read_cases("statements.txt", "braces")) {
+    EXPECT_EQ(ExpandBraces(item[0], lists_).text(), item[1]);
   }
 }
 
 TEST_F(test_cli_statements, names_of_tracks_are_looked_up_whole_and_then_in_parts) {
-  const struct {
-    const char* text;
-    std::vector<const char*> names;
-  } cases[] = {
-      {"progressive ROCK", {"Progressive Rock"}},
-      {"Rock & Roll", {"Rock & Roll"}},
-      {"Rock; Jazz/Pop, Blues|Rock", {"Rock", "Jazz", "Pop", "Blues"}},
-      {" ;; / ", {}},
-      {"Rock/Nonesuchgenre", {"Rock"}},
-  };
   NameMapper mapper(lists_);
-  for (const auto& item : cases) {
+  for (Case item : read_cases("statements.txt", "genres")) {
+    item.resize(2);
     Track track;
-    track.genres = {item.text};
-    std::vector<std::uint32_t> ids;
-    for (const char* name : item.names) {
-      ids.push_back(lists_.Find(ListKind::kGenres, name).value().id);
+    track.genres = {item[0]};
+    std::string names;
+    for (const std::uint32_t id : mapper.Map(track).genres) {
+      names += std::string(names.empty() ? "" : ", ") + lists_.ById(ListKind::kGenres, id)->name;
     }
-    EXPECT_EQ(mapper.Map(track).genres, ids) << item.text;
+    EXPECT_EQ(names, item[1]) << item[0];
   }
   Track track;
   track.year = 1975;

@@ -61,6 +61,7 @@ TEST(test_cli_writers, hostile_names_stay_inside_their_form) {
       Write(kHostile, WriteM3u8),
       "#EXTM3U\n#EXTINF:61,A - x]]>&<b>\"'\xef\xbf\xbd[2J  \xef\xbf\xbdy\xef\xbf\xbd\xc3\xa9\n" +
           uri + "\n");
+  EXPECT_EQ(Write(MakeTrack("#1.mp3", "t"), WriteM3u8), "#EXTM3U\n#EXTINF:61,A - t\n./#1.mp3\n");
   EXPECT_EQ(Write(kHostile, WritePaths), uri + "\n");
   EXPECT_EQ(Write(kHostile, WritePathsZero), kHostile.path + '\0');
   const std::string xspf = Write(kHostile, WriteXspf);
@@ -70,6 +71,9 @@ TEST(test_cli_writers, hostile_names_stay_inside_their_form) {
             std::string::npos)
       << xspf;
   EXPECT_NE(xspf.find("<duration>61000</duration>"), std::string::npos) << xspf;
+  for (const WritePlaylist write : {WriteTable, WriteM3u8, WritePaths, WriteXspf}) {
+    EXPECT_EQ(Write(kHostile, write).find_first_of("\x1b\x07\x7f\xc0\xff"), std::string::npos);
+  }
 }
 
 TEST(test_cli_writers, json_and_jspf_parse_back) {
@@ -120,10 +124,6 @@ TEST(test_cli_writers, table_columns_line_up_under_wide_and_broken_text) {
             "3  e\xcc\x81\xef\xbf\xbd     A       B\n");
 }
 
-TEST(test_cli_writers, an_m3u8_path_is_no_comment) {
-  EXPECT_EQ(Write(MakeTrack("#1.mp3", "t"), WriteM3u8), "#EXTM3U\n#EXTINF:61,A - t\n./#1.mp3\n");
-}
-
 TEST(test_cli_writers, paths_are_relative_to_where_the_folder_really_is) {
   const TestFolder folder;
   folder.Write("music/real/a.mp3", "");
@@ -131,6 +131,7 @@ TEST(test_cli_writers, paths_are_relative_to_where_the_folder_really_is) {
   std::filesystem::create_directory_symlink(folder.Path("lists"), folder.Path("music/link"));
   Locations locations(folder.Path("music/link"));
   EXPECT_EQ(locations.Path(folder.Path("music/real/a.mp3")), "../music/real/a.mp3");
+  EXPECT_EQ(locations.Path(folder.Path("music/link/a.mp3")), "a.mp3");
   EXPECT_EQ(locations.Uri(folder.Path("lists/b:c.mp3")), "b%3Ac.mp3");
   EXPECT_EQ(locations.Path("http://host/a b"), "http://host/a b");
   EXPECT_EQ(locations.Uri("http://host/a b?q=%20"), "http://host/a%20b?q=%20");

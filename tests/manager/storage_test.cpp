@@ -10,17 +10,90 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <random>
-#include <thread>
+#include <memory>
 
 #include "ManagerTest.h"
-#include "StorageCalls.h"
 #include "vrel_log.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
+
+// The calls that store, load and list collections, as the playlist library makes them.
+
+const trova_storage_interface* g_storage = nullptr;
+
+struct Releaser {
+  void operator()(trova_store* store) const { g_storage->store_release(store); }
+  void operator()(trova_record* record) const { g_storage->record_release(record); }
+  void operator()(trova_cursor* cursor) const { g_storage->cursor_release(cursor); }
+};
+template <class T>
+using Owner = std::unique_ptr<T, Releaser>;
+
+// Calls a slot whose last argument is an out handle.
+template <class T, class... Given, class... Args>
+uint32_t acquire(Owner<T>& owner, uint32_t (*slot)(Given...), Args... args) {
+  T* raw = nullptr;
+  const uint32_t code = slot(args..., &raw);
+  if (code == 0) owner.reset(raw);
+  return code;
+}
+
+uint32_t start_storage(const std::string& path) {
+  const trova_manager_options options = {sizeof options, "en", 0, path.c_str()};
+  ManagerHandle* manager = nullptr;
+  void* table = nullptr;
+  if (const uint32_t code = trova_manager_start(&options, &manager)) return code;
+  const uint32_t code = manager->query_interface(TROVA_SERVICE_STORAGE, &table);
+  g_storage = static_cast<const trova_storage_interface*>(table);
+  return code;
+}
+
+// The store's own code, or that of the first call that fails.
+uint32_t open_store(Owner<trova_store>& store) {
+  return acquire(store, g_storage->open, "trova_collection.store");
+}
+
+uint32_t open_or_create_store(Owner<trova_store>& store) {
+  if (open_store(store) == 0) return 0;
+  uint32_t code = acquire(store, g_storage->create, "trova_collection.store");
+  if (code == 0) code = g_storage->add_field(store.get(), "coll_name", 1, 3);
+  if (code == 0) code = g_storage->add_field(store.get(), "coll_data", 3, 0);
+  return code != 0 ? code : g_storage->finish(store.get());
+}
+
+uint32_t find_record(trova_store* store, const std::string& name, Owner<trova_record>& found) {
+  Owner<trova_record> criteria;
+  Owner<trova_cursor> cursor;
+  uint32_t code = acquire(criteria, g_storage->record_new, store);
+  if (code == 0) code = g_storage->set_string(criteria.get(), "coll_name", name.c_str());
+  if (code == 0) code = acquire(cursor, g_storage->query, store, criteria.get());
+  return code != 0 ? code : acquire(found, g_storage->cursor_next, cursor.get());
+}
+
+uint32_t fill(trova_record* record, const std::string& name, const std::string& data) {
+  const uint32_t code = g_storage->set_string(record, "coll_name", name.c_str());
+  const uint32_t length = static_cast<uint32_t>(data.size());
+  return code != 0 ? code : g_storage->set_binary(record, "coll_data", data.data(), length);
+}
+
+// @param key  the name under which the collection was stored before
+uint32_t put(const std::string& key, const std::string& name, const std::string& data) {
+  Owner<trova_store> store;
+  Owner<trova_record> record;
+  uint32_t code = open_or_create_store(store);
+  if (code != 0) return code;
+  const bool is_update = find_record(store.get(), key, record) == 0;
+  if (!is_update) code = acquire(record, g_storage->record_new, store.get());
+  if (code == 0) code = fill(record.get(), name, data);
+  if (code != 0) return code;
+  return (is_update ? g_storage->record_update : g_storage->record_insert)(record.get());
+}
+uint32_t put(const std::string& name, const std::string& data) {
+  return put(name, name, data);
+}
 
 std::string read_file(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -81,13 +154,6 @@ std::string loaded(const std::string& name) {
   std::string data;
   EXPECT_EQ(load(name, data), 0u) << name;
   return data;
-}
-
-// @return the number of a collection's data, or -1 when it is not whole
-int loaded_number(const std::string& name) {
-  const std::string data = loaded(name);
-  const int number = std::atoi(data.c_str());
-  return data == data_of(name, static_cast<unsigned>(number)) ? number : -1;
 }
 
 uint32_t take_away(const std::string& name) {
@@ -309,89 +375,6 @@ TEST_F(StorageTest, LackOfMemoryAnywhereIsACodeAndLeavesTheRecordAsItWas) {
     ASSERT_EQ(loaded("n") == "old", written != 0) << room;
   }
   EXPECT_GT(refusals, 20u);
-}
-
-// ------------------------------------------------------------------- Several at the same time
-
-struct Helper {
-  FILE* pipe;  // ends with it
-  pid_t id;
-};
-
-// Starts a process that stores and writes what it stored to a file.
-Helper start_helper(const std::string& file, char who, int count, const std::string& out) {
-  const std::string command = "echo $$; exec " STORAGE_HELPER " '" + file + "' " + who + " " +
-                              std::to_string(count) + " >" + out;
-  Helper helper = {popen(command.c_str(), "r"), 0};
-  EXPECT_EQ(fscanf(helper.pipe, "%d", &helper.id), 1);
-  return helper;
-}
-
-TEST_F(StorageTest, KilledWriterLosesNoneButTheStoreThatWasRunning) {
-  const std::string out = folder + "/out";
-  std::mt19937 random(3);
-  size_t known = 0;
-  for (int round = 0; round < 40; ++round) {
-    write_file(out, "");
-    const Helper helper = start_helper(file, 'w', 1'000'000, out);
-    const size_t due = random() % 100;  // bytes, some for each that was stored
-    while (fs::file_size(out) < due) usleep(100);
-    usleep(static_cast<useconds_t>(random() % 3000));
-    ASSERT_EQ(kill(helper.id, SIGKILL), 0);
-    pclose(helper.pipe);
-    ASSERT_EQ(run(connect(file), "PRAGMA integrity_check"), "ok") << round;
-    ASSERT_EQ(restart(), 0u);
-    std::ifstream lines(out);
-    std::string name;
-    for (int number; lines >> number >> name;) ASSERT_GE(loaded_number(name), number) << name;
-    const Names all = names();
-    for (const std::string& stored : all) ASSERT_GE(loaded_number(stored), 0) << stored;
-    ASSERT_GE(all.size(), known);
-    known = all.size();
-    ASSERT_EQ(trova_manager_stop(), 0u);
-  }
-  EXPECT_GT(known, 10u);
-}
-
-TEST_F(StorageTest, ProcessesCreateAndFillOneFileTogether) {
-  struct Case {
-    int rounds, processes, count;
-  };
-  for (const auto& [rounds, processes, count] : {Case{5, 6, 2}, Case{1, 2, 1000}}) {
-    for (int round = 0; round < rounds; ++round) {
-      trova_manager_stop();
-      fs::remove(file);
-      std::vector<Helper> helpers;
-      for (int i = 0; i < processes; ++i) {
-        helpers.push_back(start_helper(file, static_cast<char>('a' + i), count, "/dev/null"));
-      }
-      for (const Helper& helper : helpers) EXPECT_EQ(pclose(helper.pipe), 0);
-      ASSERT_EQ(restart(), 0u);
-      const Names all = names();
-      EXPECT_EQ(all.size(), static_cast<size_t>(processes * count / 2 + std::min(5, count / 2)));
-      for (const std::string& name : all) {
-        const int number = loaded_number(name);
-        ASSERT_GE(number, 0) << name;
-        ASSERT_TRUE(name[0] == 's' || number == std::stoi(name.substr(1))) << name;
-      }
-    }
-  }
-}
-
-TEST_F(StorageTest, ThreadsStoreAndReadAtTheSameTime) {
-  ASSERT_EQ(restart(), 0u);
-  const auto work = [](const std::string& who) {
-    for (unsigned i = 0; i < 50; ++i) {
-      EXPECT_EQ(put(who, data_of(who, i)) | put("shared", data_of("shared", i)), 0u);
-      EXPECT_GE(loaded_number("shared"), 0);
-      EXPECT_GE(names().size(), 2u);
-    }
-  };
-  std::thread first(work, "1"), second(work, "2"), third(work, "3");
-  first.join();
-  second.join();
-  third.join();
-  EXPECT_EQ(names().size(), 4u);
 }
 
 // ------------------------------------------------------------------------- Files that fail
