@@ -85,16 +85,25 @@ struct Element {
 
 struct ListData {
   std::map<uint32_t, Element> elements = {};
+  std::map<uint32_t, uint32_t> broken = {};  // ids that are looked up in vain, and with what code
 
   ListData& add(uint32_t id, uint32_t parent, uint32_t lower = 0, uint32_t upper = 0) {
     return elements[id] = {id, parent, lower, upper}, *this;
   }
   uint32_t level(uint32_t id) const;
-  // Level 0 is the element itself; null for an unknown id or a level below the element's own.
-  const Element* at(uint32_t id, uint32_t level) const;
+  // Level 0 is the element itself. kNotFound for an unknown id or a level below the element's own.
+  uint32_t find(uint32_t id, uint32_t level, const Element** out_element) const;
 };
 
-using CorrelateTable = std::map<uint32_t, std::map<uint32_t, int32_t>>;
+// Scores by two ids, listed or computed. Computed are those of the ids from 1 to `ids`: most of them
+// have a row, and `mix` and a pair give its score, no score, or for a few pairs a failure.
+struct CorrelateTable : std::map<uint32_t, std::map<uint32_t, int32_t>> {
+  using map::map;
+  uint32_t ids = 0, mix = 0;
+
+  bool has(uint32_t id) const;
+  uint32_t score(uint32_t id, uint32_t other, int32_t* out_score) const;
+};
 
 using RecordData = std::map<std::string, std::string>;
 
@@ -149,6 +158,7 @@ class Mock {
   } lists;
   bool has_storage = false;
   std::map<std::string, StoreData> stores;  // by name
+  bool keeps_trace = true;                  // fills the two below
   std::map<std::string, unsigned> calls;    // by slot
   std::vector<std::string> trace;           // slots in the order of their calls
   std::vector<ErrorCall> errors;

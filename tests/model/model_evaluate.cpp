@@ -33,18 +33,6 @@ int32_t by_action(const Tree& a, const Tree& b) {
   return a->kind == kLimit && a->right->kind == kResults ? 1 : -1;
 }
 
-void remove_duplicates(Array<Entry>& entries) {
-  if (entries.items.size() < 2) return;
-  entries.sort(by_ident);
-  for (size_t i = 1; i < entries.items.size();) {
-    if (entries.items[i].record.ident == entries.items[i - 1].record.ident) {
-      entries.items.erase(entries.items.begin() + static_cast<ptrdiff_t>(i));
-    } else {
-      ++i;
-    }
-  }
-}
-
 bool holds(Kind op, int32_t left, int32_t right) {
   const bool results[] = {left == right, left != right, left<right, left <= right, left> right,
                           left >= right};
@@ -56,9 +44,6 @@ int32_t calculate(Kind op, int64_t left, int64_t right) {
                              left - right};
   return wrap(results[op - kMultiply]);
 }
-
-// The process-wide state of RAND without a seed; nothing ever sets it back.
-uint32_t g_random = 0x12345678;
 
 uint32_t random(uint32_t& state) {
   state = state * 214013 + 2531011;
@@ -74,6 +59,7 @@ uint32_t set_up_operands(Node& node, const trova_mock::ObjectData* seed) {
   if (identifier.attribute == nullptr) return kUnsupported;
   const uint32_t op = attribute_operator(node.kind, reversed);
   identifier.context = std::make_unique<Context>(*identifier.attribute);
+  if (const uint32_t code = identifier.context->create()) return code;
   const uint32_t code =
       seed != nullptr && operand.kind == kSeed
           ? identifier.context->set_seed(op, *seed)
@@ -96,19 +82,51 @@ class Run {
  public:
   explicit Run(Collection& collection) : collection_(collection) {}
 
-  uint32_t run(std::vector<Tree>& trees) {
+  Playlist run(std::vector<Tree>& trees) {
     quicksort(trees, 0, trees.size(), by_action);
     for (const Tree& tree : trees) {
-      if (const uint32_t code = perform(*tree, entries_)) return code;
+      const uint32_t code = perform(*tree, entries_);
+      if (certainty_ == Playlist::kNothing) return {certainty_};
+      if (code != 0) throw Failure{code, std::nullopt};
     }
-    entries_.sort(by_score);
-    return 0;
+    sort(entries_, by_score);
+    Playlist playlist{certainty_};
+    for (const Entry& entry : entries_.items) {
+      const uint32_t ident = entry.record.ident;
+      const bool leads_on = ident <= collection_.idents.buffer().size();
+      playlist.idents.push_back(leads_on ? collection_.idents.get(ident) : "0x90890363");
+      playlist.scores.push_back(entry.score);
+    }
+    return playlist;
   }
-
-  const std::vector<Entry>& entries() const { return entries_.items; }
 
  private:
   using Entries = Array<Entry>;
+
+  // Of many entries, the library leaves some things open; what depends on them is open, too.
+  void doubt(Playlist::Certainty certainty) { certainty_ = std::max(certainty_, certainty); }
+
+  // What a failure leaves behind depends on the order in which it was met.
+  uint32_t ended(uint32_t code) {
+    if (certainty_ != Playlist::kOrder) doubt(Playlist::kNothing);
+    return code;
+  }
+
+  void sort(Entries& entries, Entries::Compare compare) {
+    entries.sort(compare);
+    if (entries.has_loose_ties) doubt(Playlist::kScores);
+    entries.has_loose_ties = false;
+  }
+
+  // Of the entries of one ident the first stays.
+  void remove_duplicates(Entries& entries) {
+    if (entries.items.size() < 2) return;
+    sort(entries, by_ident);
+    const auto are_equal = [](const Entry& a, const Entry& b) { return by_ident(a, b) == 0; };
+    const auto end = std::unique(entries.items.begin(), entries.items.end(), are_equal);
+    if (end != entries.items.end() && certainty_ != Playlist::kOrder) doubt(Playlist::kIdents);
+    entries.items.erase(end, entries.items.end());
+  }
 
   uint32_t perform(const Node& tree, Entries& entries) {
     switch (tree.kind) {
@@ -158,7 +176,8 @@ class Run {
   }
 
   Outcome evaluate(const Node& comparison, const Record& record) {
-    Context& context = *comparison.left->context;
+    const Context& context = *comparison.left->context;
+    if (record.is_text && record.value > collection_.values.buffer().size()) return {0x900d0363, 0};
     const Outcome outcome = record.is_text ? context.score(collection_.values.get(record.value))
                                            : context.score(record.value);
     return failed(outcome.code) ? Outcome{outcome.code, 0} : Outcome{0, outcome.score};
@@ -166,9 +185,13 @@ class Run {
 
   uint32_t add_matches(const Node& node, Entries& entries) {
     if (!node.left->usable) return 0;
-    for (const Record& record : node.left->attribute->records.items) {
+    const Array<Record>& records = node.left->attribute->records;
+    if (records.has_loose_ties) doubt(Playlist::kScores);
+    const size_t count = records.items.size();
+    for (size_t i = 0; i < count && i < records.items.size(); ++i) {
+      const Record record = records.items[i];  // which asking may take away
       const Outcome outcome = evaluate(node, record);
-      if (outcome.code != 0) return outcome.code;
+      if (outcome.code != 0) return ended(outcome.code);
       if (outcome.score != 0) entries.add({outcome.score, record, 0});
     }
     return 0;
@@ -176,10 +199,11 @@ class Run {
 
   // Judges the value that brought an entry in, whichever attribute it belongs to.
   uint32_t filter(const Node& node, Entries& entries) {
+    if (certainty_ >= Playlist::kIdents) doubt(Playlist::kNothing);
     if (!node.left->usable) entries.items.clear();
     for (size_t i = 0; i < entries.items.size();) {
       const Outcome outcome = evaluate(node, entries.items[i].record);
-      if (outcome.code != 0) return outcome.code;
+      if (outcome.code != 0) return ended(outcome.code);
       if (outcome.score == 0) {
         entries.items.erase(entries.items.begin() + static_cast<ptrdiff_t>(i));
       } else {
@@ -207,6 +231,7 @@ class Run {
         values.push_back(side->kind == kNumber ? to_i32(*side->text) : entry.score);
       }
     }
+    if (certainty_ >= Playlist::kIdents) doubt(Playlist::kNothing);
     std::vector<Entry> kept;
     for (size_t i = 0; i < entries.items.size(); ++i) {
       if (holds(node.kind, sides[0][i], sides[1][i])) kept.push_back(entries.items[i]);
@@ -215,30 +240,54 @@ class Run {
     return 0;
   }
 
-  const Record* find_record(Attribute& attribute, uint32_t ident) {
+  // The first of an ident's records; past the last one without any.
+  static size_t find_records(Attribute& attribute, uint32_t ident) {
     attribute.records.sort(compare_ident);
-    for (const Record& record : attribute.records.items) {
-      if (record.ident == ident) return &record;
-    }
-    return nullptr;
+    const auto& records = attribute.records.items;
+    const auto is_of_ident = [&](const Record& record) { return record.ident == ident; };
+    return static_cast<size_t>(std::find_if(records.begin(), records.end(), is_of_ident) -
+                               records.begin());
   }
 
-  // Scores every entry by its ident's own record; the last entry decides the status.
+  // The best of what an ident's records score, as long as it is not 0, and the first failure.
+  // Asking may move records: those that then stand in the same stretch are asked.
+  Outcome best_score(const Node& node, uint32_t ident) {
+    const auto& records = node.left->attribute->records.items;
+    const size_t first = find_records(*node.left->attribute, ident);
+    size_t end = first;
+    while (end < records.size() && records[end].ident == ident) ++end;
+    Outcome best = {end == first ? kNoMemberCode : 0, 0};
+    for (size_t i = first; i < end && i < records.size(); ++i) {
+      if (records[i].ident != ident) continue;
+      const Outcome one = evaluate(node, Record(records[i]));
+      if (best.code == 0) best.code = one.code;
+      if (one.score != 0)
+        best.score = best.score == 0 ? one.score : std::max(best.score, one.score);
+    }
+    return best;
+  }
+
+  // Scores every entry by the records of its ident; the last entry decides the status.
   uint32_t score(const Node& node, Entries& entries) {
     uint32_t status = 0;
+    bool has_failed = false;
     for (Entry& entry : entries.items) {
       entry.score = 0;
       if (!node.left->usable) continue;
-      const Record* record = find_record(*node.left->attribute, entry.record.ident);
-      const Outcome outcome = record ? evaluate(node, *record) : Outcome{kNoMemberCode, 0};
+      const Outcome outcome = best_score(node, entry.record.ident);
       entry.score = outcome.score;
       status = outcome.code;
+      has_failed |= status != 0;
     }
+    if (has_failed && certainty_ != Playlist::kOrder) doubt(Playlist::kNothing);
     return status;
   }
 
   uint32_t order(const Node& node) {
-    if (is_comparison(node)) return score(node, entries_);
+    if (is_comparison(node)) {
+      if (certainty_ == Playlist::kIdents) certainty_ = Playlist::kScores;
+      return score(node, entries_);
+    }
     if (node.kind == kNumber) return kUnsupported;
     if (node.kind == kRand) return score_randomly(node);
     const std::vector<int32_t> left = side(*node.left);
@@ -263,6 +312,7 @@ class Run {
     const uint32_t modulus = to_u32(*node.left->text);
     uint32_t own = node.right->kind == kNumber ? to_u32(*node.right->text) : 0;
     uint32_t& state = own != 0 ? own : g_random;
+    if (certainty_ != Playlist::kOrder) doubt(Playlist::kNothing);
     for (Entry& entry : entries_.items) {
       const uint32_t number = random(state);
       entry.score = wrap(modulus == 0 ? number : number % modulus);
@@ -271,10 +321,13 @@ class Run {
   }
 
   uint32_t limit(const Node& node) {
-    entries_.sort(by_score);
+    sort(entries_, by_score);
+    const auto& items = entries_.items;
     const uint32_t n = to_u32(*node.left->text);
-    const bool cuts = n < entries_.items.size();
+    const bool cuts = n < items.size();
     if (node.right->kind == kResults) {
+      const bool cuts_equals = cuts && n > 0 && items[n - 1].score == items[n].score;
+      if (cuts_equals && certainty_ != Playlist::kOrder) doubt(Playlist::kNothing);
       if (cuts) entries_.items.resize(n);
       return 0;
     }
@@ -286,12 +339,22 @@ class Run {
     return 0;
   }
 
-  void cut_groups(Attribute& attribute, uint32_t n) {
-    for (Entry& entry : entries_.items) {
-      const Record* record = find_record(attribute, entry.record.ident);
-      entry.group = record == nullptr ? 0 : record->value;
+  // By the first integer of an ident, or its first text.
+  static uint32_t group_of(Attribute& attribute, uint32_t ident) {
+    const auto& records = attribute.records.items;
+    const size_t first = find_records(attribute, ident);
+    for (size_t i = first; i < records.size() && records[i].ident == ident; ++i) {
+      if (!records[i].is_text) return records[i].value;
     }
-    entries_.sort(by_group);
+    return first == records.size() ? 0 : records[first].value;
+  }
+
+  void cut_groups(Attribute& attribute, uint32_t n) {
+    for (Entry& entry : entries_.items) entry.group = group_of(attribute, entry.record.ident);
+    sort(entries_, by_group);
+    if (certainty_ != Playlist::kOrder || attribute.records.has_loose_ties) {
+      doubt(Playlist::kNothing);
+    }
     std::vector<Entry> kept;
     uint32_t members = 0;
     for (const Entry& entry : entries_.items) {
@@ -303,24 +366,42 @@ class Run {
 
   Collection& collection_;
   Entries entries_;
+  Playlist::Certainty certainty_ = Playlist::kOrder;
 };
 
 }  // namespace
 
-std::vector<std::string> generate(const std::string& text, Collection& collection,
-                                  const trova_mock::ObjectData* seed) {
+uint32_t g_random = 0x12345678;
+
+const char kMoreLikeThis[] =
+    "generate playlist where (qx_mood like seed) >= -160 or (qx_genre like seed) >= 600 order "
+    "((90 * qx_mood like seed) + (6 * qx_genre like seed) + (2 * qx_origin like seed) + "
+    "(1 * qx_era like seed) + (1 * qx_artisttype like seed)) / 100 + RAND(100);";
+
+bool Playlist::allows(const std::vector<std::string>& found) const {
+  if (certainty == kNothing) return true;
+  if (certainty == kOrder || found.size() != idents.size()) return found == idents;
+  auto a = idents;
+  auto b = found;
+  for (size_t first = 0, last = 0; first < a.size(); first = last) {
+    while (last < a.size() && (certainty == kIdents || scores[last] == scores[first])) ++last;
+    for (auto* side : {&a, &b}) {
+      std::sort(side->begin() + static_cast<ptrdiff_t>(first),
+                side->begin() + static_cast<ptrdiff_t>(last));
+    }
+  }
+  return a == b;
+}
+
+Playlist generate(const std::string& text, Collection& collection,
+                  const trova_mock::ObjectData* seed) {
   Statement statement = parse(text, collection);
   if (statement.seed_used && seed == nullptr) throw Failure{0x90890600, std::nullopt};
   for (const Tree& tree : statement.trees) {
     const uint32_t code = tree->kind == kLimit ? 0 : set_up(*tree, seed);
     if (code != 0) throw Failure{code, std::nullopt};
   }
-  Run run(collection);
-  if (const uint32_t code = run.run(statement.trees)) throw Failure{code, std::nullopt};
-  std::vector<std::string> idents;
-  for (const Entry& entry : run.entries())
-    idents.push_back(collection.idents.get(entry.record.ident));
-  return idents;
+  return Run(collection).run(statement.trees);
 }
 
 }  // namespace model

@@ -48,7 +48,7 @@ class View {
  private:
   Collection& collection_;
   uint32_t ident_;
-  std::set<std::string> contexts_ = {};
+  std::map<std::string, std::unique_ptr<Context>> contexts_ = {};
 };
 
 }  // namespace model

@@ -10,6 +10,7 @@
 
 std::vector<std::string> g_calls;
 int g_open_contexts = 0;
+Incidents g_incidents;
 Behaviour g_behaviours[kBehaviours];
 
 std::string hex(uint32_t code) {
@@ -19,7 +20,10 @@ std::string hex(uint32_t code) {
 }
 
 uint32_t Behaviour::note(const std::string& what, uint32_t code) const {
+  const size_t call = g_calls.size();
+  if (call == g_incidents.failing_call) code = g_incidents.code;
   g_calls.push_back(name + " " + what + ": " + hex(code));
+  if (g_incidents.meanwhile) g_incidents.meanwhile(call);
   return code;
 }
 
@@ -54,8 +58,8 @@ Outcome Behaviour::score(const Target& target, uint32_t value) const {
   Outcome outcome = compare(target.op, value, wanted, 100 - 10 * std::abs(distance));
   if (wild && value % 29 == 13) outcome.score = value % 2 == 0 ? INT_MIN : INT_MAX;
   if (wild && value % 11 == 7) outcome = {0x10550011, 77};
-  if (wild && value % 23 == 9) outcome = {0x90550022, 99};
-  note("scores #" + std::to_string(value), outcome.code);
+  if (wild && value % 13 == 9) outcome = {0x90550023, 99};
+  outcome.code = note("scores #" + std::to_string(value), outcome.code);
   return outcome;
 }
 
@@ -65,7 +69,7 @@ Outcome Behaviour::score(const Target& target, const std::string& value) const {
   Outcome outcome = compare(target.op, value, target.text, static_cast<int>(200 * common) - 100);
   if (wild && value == "so") outcome = {0x1089003c, 0};
   if (wild && value == "bad") outcome = {0x90550022, 55};
-  note("scores " + value, outcome.code);
+  outcome.code = note("scores " + value, outcome.code);
   return outcome;
 }
 
@@ -73,9 +77,10 @@ uint32_t Behaviour::render(const std::string& value, const std::string& key, boo
                            std::string* out_text) const {
   static const uint32_t kRefusals[] = {0x90550022, 0x10550011, 0x10550003, 0x908902d3};
   const uint32_t kind = static_cast<unsigned char>(value.empty() ? 0 : value.back()) % 8;
-  const uint32_t code = wild && kind < 4 ? kRefusals[kind] : 0;
+  const uint32_t code =
+      note("renders " + value + " as " + key, wild && kind < 4 ? kRefusals[kind] : 0);
   if (code == 0) *out_text = name + "." + key + "=" + value + (has_locale ? "" : " anywhere");
-  return note("renders " + value + " as " + key, code);
+  return code;
 }
 
 // Reads the n-th value of an attribute; false past the last one.
@@ -113,6 +118,7 @@ static uint32_t capture(void* writer, trova_gdo* data,
     } else {
       callbacks->set_string(writer, text);
     }
+    g_behaviours[i].start("has captured one");
   }
   return 0x90550001;  // nobody looks
 }
@@ -126,8 +132,8 @@ static trova_playlist_attribute_provider record() {
   };
   provider.capture = capture<i>;
   provider.create_context = [](void** out) {
-    g_behaviours[i].start("creates a context");
-    return *out = new Target, ++g_open_contexts, 0u;
+    const uint32_t code = g_behaviours[i].start("creates a context");
+    return code != 0 ? code : (*out = new Target, ++g_open_contexts, 0u);
   };
   provider.set_value_from_string = [](void* context, uint32_t op, const char* literal) {
     return g_behaviours[i].prepare(target_of(context), op, literal);
@@ -162,7 +168,8 @@ static trova_playlist_attribute_provider record() {
   }
   provider.delete_context = [](void* context) {
     delete target_of(context);
-    return --g_open_contexts, 0u;
+    --g_open_contexts;
+    return g_behaviours[i].start("deletes a context");
   };
   return provider;
 }

@@ -1,8 +1,9 @@
-// model.h: collections, the statement language and its evaluation once more, written for clarity.
-// Tests compare the library with it: codes, messages, orders and provider calls.
+// model.h: attributes, collections, the statement language and its evaluation once more, written
+// for clarity. Tests compare the library with it: codes, messages, orders and provider calls.
 #ifndef MODEL_H
 #define MODEL_H
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -49,6 +50,9 @@ void quicksort(std::vector<T>& items, size_t lo, size_t hi, Compare compare) {
   }
 }
 
+// Of so many elements a sort leaves equals as the quicksort above does; of more, in any order.
+inline constexpr size_t kMostInOrder = 1024;
+
 // A vector that stays sorted once it has been: later elements go in before their equals.
 template <class T>
 struct Array {
@@ -56,12 +60,16 @@ struct Array {
   std::vector<T> items;
   Compare compare = nullptr;
   bool sorted = false;
+  bool has_loose_ties = false;
 
   void sort(Compare wanted) {
     if (wanted == compare && sorted) return;
     compare = wanted;
     quicksort(items, 0, items.size(), compare);
     sorted = true;
+    const auto are_equal = [&](const T& a, const T& b) { return compare(a, b) == 0; };
+    has_loose_ties |= items.size() > kMostInOrder &&
+                      std::adjacent_find(items.begin(), items.end(), are_equal) != items.end();
   }
 
   void add(const T& value) {
@@ -118,40 +126,57 @@ struct Record {
   uint32_t ident = 0;
 };
 
-struct ListAttribute;  // a built-in attribute that takes its values from a list
+struct BuiltIn;  // an attribute of the library's own
 
 struct Attribute {
   std::string name;
-  const ListAttribute* list = nullptr;
-  const Behaviour* custom = nullptr;  // without either, these tests have no data for it
+  const BuiltIn* built_in = nullptr;
+  const Behaviour* custom = nullptr;  // one of the two
   Array<Record> records = {};
 
-  Attribute(const std::string& built_in);
+  Attribute(const std::string& built_in_name);
   Attribute(const Behaviour& behaviour) : name(behaviour.name), custom(&behaviour) {}
   bool supports(uint32_t op) const;
-  // The values as a behaviour reads them: "#" and digits are an integer.
+  // The values of a data object. "#" and digits are an integer.
   std::vector<std::string> capture(const trova_mock::ObjectData& data) const;
+};
+
+// Pairs of a mood and its weight.
+struct MoodProfile {
+  uint32_t count = 0;
+  uint32_t ids[17] = {}, weights[17] = {};
+
+  explicit MoodProfile(const std::string& text);
 };
 
 // What a comparison compares with.
 class Context {
  public:
-  explicit Context(const Attribute& attribute);
+  explicit Context(const Attribute& attribute) : attribute_(attribute) {}
+  Context(const Context&) = delete;
+  ~Context();
+  uint32_t create();
   uint32_t set_text(uint32_t op, const std::string* literal);
   uint32_t set_seed(uint32_t op, const trova_mock::ObjectData& seed);
-  Outcome score(uint32_t value);
-  Outcome score(const std::string& value);
+  Outcome score(uint32_t value) const;
+  Outcome score(const std::string& value) const;
 
  private:
-  uint32_t settle();
-  Outcome like(uint32_t value) const;
-  bool era_holds(uint32_t lower, uint32_t upper) const;
+  uint32_t look_up();
+  uint32_t find_row();
+  Outcome score_list(uint32_t value) const;
+  Outcome score_tempo(uint32_t value) const;
+  Outcome score_name(const std::string& text) const;
+  Outcome score_profile(const MoodProfile& profile) const;
+  int32_t coordinate(uint32_t mood, const MoodProfile& profile) const;
 
   const Attribute& attribute_;
+  bool is_open_ = false;
   Target target_;
   const trova_mock::ListData* list_ = nullptr;
   const trova_mock::CorrelateTable* correlates_ = nullptr;
-  const std::map<uint32_t, int32_t>* scores_ = nullptr;
+  bool has_row_ = false;  // of correlates, for the value
+  std::optional<MoodProfile> profile_ = {};
   uint32_t value_ = 0, level_ = 0, start_ = 0, end_ = 0;
 };
 
@@ -168,6 +193,7 @@ struct Collection {
   uint32_t remove(const std::string& ident);
 };
 
+// The larger first.
 int32_t compare_ident(const Record& a, const Record& b);
 
 // ------------------------------------------------------------------------------- Statements
@@ -188,6 +214,9 @@ struct Node {
   Attribute* attribute = nullptr;
   std::unique_ptr<Context> context;
   bool usable = false;
+
+  // From left to right.
+  ~Node() { left.reset(), right.reset(), context.reset(); }
 };
 using Tree = std::unique_ptr<Node>;
 
@@ -219,9 +248,22 @@ Statement parse(const std::string& text, const Collection& collection);
 // The operator as an attribute sees it that stands left or right of it.
 uint32_t attribute_operator(Kind kind, bool reversed);
 
-// Runs a statement and answers the idents in playlist order. Throws Failure.
-std::vector<std::string> generate(const std::string& text, Collection& collection,
-                                  const trova_mock::ObjectData* seed);
+struct Playlist {
+  // What is sure: everything; the score of each ident; the idents; nothing.
+  enum Certainty { kOrder, kScores, kIdents, kNothing } certainty = kOrder;
+  std::vector<std::string> idents = {};
+  std::vector<int32_t> scores = {};
+
+  bool allows(const std::vector<std::string>& found) const;
+};
+
+// Throws Failure.
+Playlist generate(const std::string& text, Collection& collection,
+                  const trova_mock::ObjectData* seed);
+extern const char kMoreLikeThis[];
+
+// The state of RAND without a seed, which all statements share.
+extern uint32_t g_random;
 
 }  // namespace model
 

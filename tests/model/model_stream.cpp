@@ -108,7 +108,7 @@ class Reader {
 
   void start_section(const Item& mark) {
     if (mark.shape != Shape::integer) throw kCorrupt;
-    const uint32_t version = number();
+    const uint64_t version = wide_number();
     const uint32_t third = number();
     const uint64_t kind = mark.number % 0x11111111 == 0 ? mark.number / 0x11111111 : 0;
     if (kind < 1 || kind > 4 || (kind == 1) == (collection() != nullptr)) throw kCorrupt;
@@ -155,11 +155,12 @@ class Reader {
     collection()->attributes.back()->records = records;
   }
 
-  uint32_t number() {
+  uint64_t wide_number() {
     const Item item = next();
     if (item.shape != Shape::integer && item.shape != Shape::boolean) throw kCorrupt;
-    return static_cast<uint32_t>(item.number);
+    return item.number;
   }
+  uint32_t number() { return static_cast<uint32_t>(wide_number()); }
 
   std::string raw(uint32_t limit = UINT32_MAX) {
     Item item = next();
@@ -363,9 +364,10 @@ static uint32_t render_built_in(const std::string& attribute, const std::string&
   if (!has_locale) return 0x908902d3;
   const auto& lists = trova_mock::mock().lists.lists;
   const auto list = lists.find(kOwnFaces.at(attribute).second);
-  const auto* element =
-      list == lists.end() ? nullptr : list->second.at(to_u32(value), static_cast<uint32_t>(level));
-  if (element == nullptr) return trova_mock::kNotFound;
+  const trova_mock::Element* element = nullptr;
+  if (list == lists.end()) return trova_mock::kNotFound;
+  const uint32_t code = list->second.find(to_u32(value), static_cast<uint32_t>(level), &element);
+  if (code != 0) return code;
   return *out_text = "element " + std::to_string(element->id), 0;
 }
 
@@ -381,7 +383,11 @@ uint32_t View::get(const std::string& key, uint32_t ordinal, std::string* out_te
   Attribute* attribute = collection_.find(face == std::end(kFaces) ? key : face->attribute);
   if (attribute == nullptr) return 0x10890003;
   const Behaviour* custom = attribute->custom;
-  if (contexts_.insert(attribute->name).second && custom) custom->start("creates a context");
+  if (contexts_.count(attribute->name) == 0) {
+    auto context = std::make_unique<Context>(*attribute);
+    if (const uint32_t code = context->create()) return map_error(code);
+    contexts_[attribute->name] = std::move(context);
+  }
   attribute->records.sort(compare_ident);
   const auto& records = attribute->records.items;
   const auto record = std::find_if(records.begin(), records.end(),

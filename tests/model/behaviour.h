@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -34,7 +35,7 @@ struct Behaviour {
 
   std::string key() const { return "value of " + name; }
   uint32_t operator_at(uint32_t index, uint32_t* out_operator) const;
-  void start(const char* what) const { note(what, 0); }
+  uint32_t start(const char* what) const { return note(what, 0); }
   // `text` may be null. "0x" and hexadecimal digits are refused with that code.
   uint32_t prepare(Target* target, uint32_t op, const char* text) const;
   uint32_t prepare_without_value(Target* target, uint32_t op) const;
@@ -50,6 +51,14 @@ struct Behaviour {
 
 extern std::vector<std::string> g_calls;
 extern int g_open_contexts;
+
+// What goes wrong, or on meanwhile, in the calls to come, which count from the notes in `g_calls`.
+struct Incidents {
+  size_t failing_call = SIZE_MAX;  // answers `code`, whatever is due
+  uint32_t code = 0;
+  std::function<void(size_t call)> meanwhile = {};
+};
+extern Incidents g_incidents;
 
 std::string hex(uint32_t code);
 
