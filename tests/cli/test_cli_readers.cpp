@@ -99,24 +99,24 @@ TEST(test_cli_readers, unused_columns_are_noted_with_verbose_only) {
 TEST(test_cli_readers, tags_of_each_format_become_fields_and_old_numbers_genres) {
   const TestFolder folder;
   const std::multimap<std::string, std::string> tags = {
-      {"TITLE", "Tïtle"},     {"ARTIST", "Artist"},
-      {"ALBUM", "Album"},     {"ALBUMARTIST", "Various"},
-      {"DATE", "1999-05-01"}, {"GENRE", "(17)"},
-      {"GENRE", "8"},         {"GENRE", "(4)Other Disco"},
-      {"BPM", "120"},         {"GENRE", "(live) Rock"},
+      {"TITLE", "Tïtle"},     {"ARTIST", "Artist"}, {"ALBUM", "Album"}, {"ALBUMARTIST", "Various"},
+      {"DATE", "1999-05-01"}, {"GENRE", "(17)"},    {"GENRE", "8"},     {"BPM", "120"},
       {"MOOD", "Calm"}};
   for (const char* name : {"a.wav", "a.flac", "a.mp3"}) {
     SCOPED_TRACE(name);
     const std::string path = WriteAudio(folder, name, tags);
     const ReadResult result = ReadLibrary(folder.Path(""));
     ASSERT_EQ(result.tracks.size(), 1u);
-    EXPECT_EQ(Summary(result.tracks[0]),
-              path + "|Tïtle|Artist|Album|1999|Rock,Jazz,Other Disco,(live) Rock|120");
+    EXPECT_EQ(Summary(result.tracks[0]), path + "|Tïtle|Artist|Album|1999|Rock,Jazz|120");
     EXPECT_EQ(result.tracks[0].album_artist, "Various");
     EXPECT_EQ(result.tracks[0].moods, std::vector<std::string>{"Calm"});
     EXPECT_EQ(result.tracks[0].seconds, 1u);
     std::filesystem::remove(path);
   }
+  // Where TagLib does not part number and name itself.
+  WriteAudio(folder, "b.flac", {{"GENRE", "(4)Other Disco"}, {"GENRE", "(live) Rock"}});
+  EXPECT_EQ(ReadLibrary(folder.Path("")).tracks.at(0).genres,
+            (std::vector<std::string>{"Other Disco", "(live) Rock"}));
 }
 
 TEST(test_cli_readers, folders_are_walked_in_order_and_survive_what_is_broken) {
