@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "playlist_memories.h"
 #include "trova_mock.h"
 #include "trova_playlist.h"
 
@@ -69,6 +70,8 @@ constexpr trova_playlist_attribute_provider kProvider = {
     [](void*) { return reach("delete_context"); },
 };
 
+const char kGenre[] = "_sdkmgr_val_list_genre_id";
+const char kMoods[] = "_sdkmgr_val_list_mood_data";
 const char kStatement[] =
     "generate playlist where qx_hook = seed order qx_hook like seed limit 3 per qx_hook";
 
@@ -97,12 +100,18 @@ class Callbacks : public ::testing::Test {
 
   void add(const std::string& ident, int value) {
     Object track("trova_ctx_track");
-    track.value("value", std::to_string(value));
+    track.value("value", std::to_string(value)).value(kGenre, value % 2 == 0 ? "3" : "2");
     EXPECT_EQ(trova_playlist_collection_ident_add(collection_, ident.c_str(), track.get()), 0u);
   }
-  Strings generate(const char* statement = kStatement) {
+  void add_genre(const std::string& ident, const char* genre) {
+    Object track("trova_ctx_track");
+    track.value(kGenre, genre);
+    EXPECT_EQ(trova_playlist_collection_ident_add(collection_, ident.c_str(), track.get()), 0u);
+  }
+  Strings generate(const char* statement = kStatement, const std::string& moods = "") {
     Strings idents;
     Object seed("trova_ctx_track");
+    if (!moods.empty()) seed.value(kMoods, moods);
     trova_playlist_results* results = nullptr;
     EXPECT_EQ(
         trova_playlist_generate_playlist(nullptr, statement, collection_, seed.get(), &results),
@@ -165,6 +174,8 @@ TEST_F(Callbacks, may_do_to_their_collection_what_they_like) {
       const std::string where = place;
       if (where == "capture") {
         add("11", 5);
+        const Strings all = collection_ != nullptr ? generate("genpl") : Strings{"11"};
+        EXPECT_EQ(std::count(all.begin(), all.end(), "11"), 1) << "what was captured has its ident";
       } else if (where.rfind("render", 0) == 0) {
         read_view();
       } else if (where == "synchronize") {
@@ -208,9 +219,12 @@ TEST_F(Callbacks, the_error_log_cannot_make_a_failure_undone) {
 
   finish();
   EXPECT_EQ(trova_playlist_shutdown(), 0u);
-  mock().fail_slot("manager.register_package", 1, 0x90040005);
-  EXPECT_EQ(trova_playlist_initialize(mock().manager()), 0u) << "as the log answers";
-  EXPECT_EQ(trova_playlist_initchecks(), 0u);
+  for (const auto& [slot, n] :
+       {std::pair{"manager.register_package", 1u}, {"memory.initialize", 2u}}) {
+    mock().fail_slot(slot, n, 0x90040005);
+    EXPECT_EQ(trova_playlist_initialize(mock().manager()), 0u) << "as the log answers";
+    EXPECT_EQ(trova_playlist_initchecks(), 0u);
+  }
   mock().error_answer.reset();
   EXPECT_EQ(trova_playlist_initialize(mock().manager()), 0u);
   EXPECT_EQ(trova_playlist_register_attribute_provider(&kProvider), 0u);
@@ -236,6 +250,63 @@ TEST_F(Callbacks, providers_that_fail_leave_out_parameters_and_other_attributes_
   }
 }
 
+TEST_F(Callbacks, a_failure_ends_what_a_comparison_selects_and_nothing_in_front_is_tested) {
+  finish();
+  EXPECT_EQ(trova_playlist_collection_create("c", &collection_), 0u);
+  mock().lists.locales["trova_locale_music"] = "eng";
+  mock().lists.correlates["trova_correlates_genre"] = {{2, {{2, 1000}, {3, 600}}}};
+  Strings all;
+  for (int i = 0; i < 30; ++i) {
+    all.push_back(std::string(1, static_cast<char>('A' + i)));
+    i == 20 ? add(all.back(), 1) : add_genre(all.back(), i == 2 ? "1" : i % 2 == 0 ? "3" : "2");
+  }
+  const std::pair<const char*, Strings> cases[] = {
+      {"genpl where (qx_genre like 2) >= 700 and qx_genre = 2", {"A", "B"}},
+      {"genpl where (qx_genre like 2) >= 1001 and qx_genre = 2", {"A", "B"}},
+      {"genpl where (qx_hook = 1 or (qx_genre like 2) >= 1001) and qx_genre = 2", {"A", "B", "U"}},
+      {"genpl where qx_genre != 9 and qx_genre like 2", all}};
+  for (const auto& [statement, idents] : cases) {
+    mock().fail_slot("list.correlate_score", 3, PLERR_InvalidData);  // of the third value: genre 1
+    Strings found = generate(statement);
+    std::sort(found.begin(), found.end());
+    EXPECT_EQ(found, idents) << statement;
+  }
+}
+
+TEST_F(Callbacks, what_is_remembered_is_told_apart_and_asked_again_when_it_failed) {
+  // Among the values of qx_hook are the number 3 and the third text.
+  EXPECT_EQ(generate("genpl where qx_hook = 1 and qx_mood = 3").size(), 6u);
+  EXPECT_EQ(generate("genpl where qx_hook = 1 and qx_mood != 3").size(), 34u);
+
+  // Where an entry goes among sorted ones depends on which of them are there.
+  mock().lists.locales["trova_locale_music"] = "eng";
+  mock().lists.correlates["trova_correlates_genre"] = {{2, {{2, 1000}, {3, 600}, {4, 800}}}};
+  for (int i = 0; i < 40; ++i) add_genre(std::to_string(i), i % 3 == 0 ? "4" : "3");
+  const char kSorted[] = "genpl where (qx_hook = 1 or qx_hook = 2) or (qx_genre like 2) >= 700";
+  const Strings remembered = generate(kSorted);
+  g_playlist_memories = false;
+  EXPECT_EQ(generate(kSorted), remembered);
+  g_playlist_memories = true;
+
+  // These moods have one place in the memo.
+  const std::string moods = "1:50,611:50";
+  mock().lists.correlates["trova_correlates_mood"] = {{1, {{1, 1000}, {611, 0}}},
+                                                      {611, {{1, 0}, {611, 1000}}}};
+  for (const std::string& ident : {moods, moods + ",", "9:0," + moods}) {
+    Object track("trova_ctx_track");
+    track.value(kMoods, ident);
+    EXPECT_EQ(trova_playlist_collection_ident_add(collection_, ident.c_str(), track.get()), 0u);
+  }
+  // The seed asks four times; then fails the first score of the first row.
+  mock().fail_slot("list.correlate_score", 5, PLERR_InvalidData);
+  EXPECT_EQ(generate("genpl where (qx_mood like seed) = 1000", moods), Strings{moods + ","});
+  // Two comparisons with one seed, of which the first misplaces it.
+  mock().fail_slot("list.correlate_score", 1, PLERR_InvalidData);
+  EXPECT_EQ(generate("genpl where (qx_mood like seed) = 1000 or (qx_mood like seed) = 1000", moods)
+                .size(),
+            2u);
+}
+
 bool was_told(const char* source, uint32_t code, uint32_t line = 0) {
   return std::any_of(mock().errors.begin(), mock().errors.end(), [&](const auto& error) {
     return error.source == source && error.code == code && (line == 0 || error.line == line);
@@ -252,29 +323,35 @@ TEST_F(Callbacks, the_log_and_the_services_learn_things_in_their_place) {
             PLERR_Unsupported);
   EXPECT_EQ(told, 1u);
 
+  // What is wrong with a statement is told by the call alone.
+  EXPECT_EQ(trova_playlist_statement_validate("genpl where", collection_, nullptr), PLERR_Syntax);
+  EXPECT_FALSE(was_told("playlist_pdl_parser", PLERR_Syntax));
+
   // Memory that ORDER itself lacks is told by its file.
   uint32_t failures = 0;
-  for (uint32_t n = 1; failures < 2 && n < 200; ++n) {
+  for (uint32_t n = 1; n < 200; ++n) {
     mock().errors.clear();
     mock().fail_allocation(n);
-    const uint32_t code = trova_playlist_generate_playlist(nullptr, "genpl order rand(9) - rand(7)",
-                                                           collection_, nullptr, &results);
+    const uint32_t code = trova_playlist_generate_playlist(
+        nullptr, "genpl order 1 * (rand(9) - rand(7))", collection_, nullptr, &results);
     EXPECT_TRUE(code != 0 || trova_playlist_results_release(results) == 0);
     if (code == 0 && !mock().allocation_failed()) break;
-    failures += was_told("playlist_pdl_actions", PLERR_NoMemory) ? 1 : 0;
+    const bool is_told = was_told("playlist_pdl_actions", PLERR_NoMemory);
+    EXPECT_TRUE(code != 0 || !is_told);
+    failures += is_told ? 1 : 0;
   }
   mock().clear_faults();
-  EXPECT_EQ(failures, 2u);
+  EXPECT_EQ(failures, 3u) << "two for its scores, one for those of a left side";
 
   // A stream that names an attribute which nobody has, a version that only looks like 1, and bytes
   // that are none; a name with a zero in it is no attribute's.
   const std::string header("\xce\x11\x11\x11\x11\x01\x01\x01\xa1s", 10);
   const std::string attribute("\xce\x22\x22\x22\x22\x01\x09\x00\xa9qx_hook\0z", 18);
   const std::string wide("\xce\x11\x11\x11\x11\xcf\0\0\0\1\0\0\0\1\x01\x01\xa1s", 18);
-  const auto read = [](const std::string& bytes) {
+  const auto read = [](const std::string& bytes, size_t cut = 0) {
     trova_playlist_collection* collection = nullptr;
     const uint32_t code = trova_playlist_collection_deserialize(
-        bytes.data(), static_cast<uint32_t>(bytes.size()), &collection);
+        bytes.data(), static_cast<uint32_t>(bytes.size() - cut), &collection);
     return code == 0 ? trova_playlist_collection_release(collection) : code;
   };
   mock().lines.clear();
@@ -286,6 +363,15 @@ TEST_F(Callbacks, the_log_and_the_services_learn_things_in_their_place) {
   EXPECT_EQ(mock().lines, std::vector<trova_mock::LogLine>{warning});
   EXPECT_EQ(read(wide), PLERR_InvalidData);
   EXPECT_EQ(read(header + "?"), PLERR_CorruptData);
+  const std::string entry(
+      "\xce\x22\x22\x22\x22\x01\x07\x01\xa7qx_hook\xc2\xce\0\0\0\1\xce\0\0\0\1\0", 28);
+  EXPECT_EQ(read(header + entry, 2), PLERR_CorruptData) << "its last byte lies behind the end";
+  trova_playlist_attribute_provider nameless = kProvider;
+  nameless.get_name = [](const char** out_name) -> uint32_t { return *out_name = nullptr, 0; };
+  EXPECT_EQ(trova_playlist_register_attribute_provider(&nameless), 0u);
+  nameless.create_context = nullptr;
+  EXPECT_EQ(trova_playlist_register_attribute_provider(&nameless), PLERR_InvalidArg);
+  EXPECT_EQ(read(header + std::string("\xce\x22\x22\x22\x22\x01\x00\x00\xa0", 9)), 0u);
   EXPECT_TRUE(was_told("playlist_api_coll_storage", PLERR_InvalidData));
   EXPECT_TRUE(was_told("playlist_api_coll_storage", PLERR_CorruptData));
 }
