@@ -302,9 +302,10 @@ TEST_F(test_cli_collections, collections_are_imported_renamed_exported_and_remov
   const std::string table = folder_.Write(
       "t.csv",
       "ident,title,year,genre\nAa,One,1971,Rock\nB@,Two,1972,Jazz\nAa,,,Polka\nx,None,,\n");
-  const std::string stream = folder_.Path("stream");
+  const std::string stream = folder_.Path("stream"), full = folder_.Path("full");
+  std::filesystem::create_symlink("/dev/full", full);
   const std::map<std::string, std::string> paths = {
-      {"TABLE", table}, {"STREAM", stream}, {"FOLDER", folder_.Path("")}};
+      {"TABLE", table}, {"STREAM", stream}, {"FOLDER", folder_.Path("")}, {"FULL", full}};
   for (const Case& step : read_cases("collections.txt", "step")) {
     Words words(step.begin() + 3, step.end());
     for (std::string& word : words) word = paths.contains(word) ? paths.at(word) : word;
