@@ -271,6 +271,18 @@ TEST_F(Callbacks, a_failure_ends_what_a_comparison_selects_and_nothing_in_front_
     std::sort(found.begin(), found.end());
     EXPECT_EQ(found, idents) << statement;
   }
+
+  // Of an ident with several records the first failure is told.
+  finish();
+  EXPECT_EQ(trova_playlist_collection_create("c", &collection_), 0u);
+  add_genre("Z", "2");
+  add_genre("Z", "3");
+  mock().fail_slot("list.correlate_score", 1, PLERR_InvalidData);
+  mock().fail_slot("list.correlate_score", 2, PLERR_CorruptData);
+  trova_playlist_results* results = nullptr;
+  EXPECT_EQ(trova_playlist_generate_playlist(nullptr, "genpl order qx_genre like 2", collection_,
+                                             nullptr, &results),
+            PLERR_InvalidData);
 }
 
 TEST_F(Callbacks, what_is_remembered_is_told_apart_and_asked_again_when_it_failed) {

@@ -227,6 +227,11 @@ TEST_F(vrel_hashtable_test, keys_and_copies_are_the_tables_own_unless_asked_othe
               0u);
     EXPECT_EQ(stored, long_key) << "it ends in front of the value";
   }
+  const char* next = nullptr;
+  ASSERT_EQ(vrel_hashtable_value_get(table, 30, &next, nullptr, nullptr), 0u);
+  ASSERT_EQ(vrel_hashtable_value_remove(table, next), 0u);
+  ASSERT_EQ(vrel_hashtable_value_get(table, 30, &next, nullptr, nullptr), 0u);
+  EXPECT_EQ(next, std::string(30, 'x')) << "the one behind moves up";
   EXPECT_EQ(vrel_hashtable_delete(table), 0u);
   EXPECT_TRUE(g_released.empty()) << "copies and nulls are not released";
 

@@ -82,6 +82,7 @@ TEST(vrel_string, duplicates_end_in_time_or_with_nothing) {
 }
 
 TEST(vrel_string, searches_find_no_character_that_is_none) {
+  EXPECT_STREQ(vrel_string_strrstr("aaa", "aa"), "aa") << "texts may overlap";
   for (const uint32_t absent : {0x78u, 0x80u, 0xe8u, 0xd800u, 0x110000u}) {
     EXPECT_EQ(vrel_string_strchr("b\x80\u00e9X", absent), nullptr);
     EXPECT_EQ(vrel_string_strrchr("b\x80\u00e9X", absent), nullptr);

@@ -306,6 +306,16 @@ TEST_F(vrel_vector_test, a_vector_that_runs_out_of_memory_stays_as_it_was) {
     EXPECT_EQ(vrel_vector2_delete(vector), 0u);
     EXPECT_EQ(g_released, 200);
   }
+  vrel_vector2* pages = nullptr;
+  const Item items[7] = {};
+  ASSERT_EQ(vrel_vector2_create(&pages, kSize, 0, by_key, nullptr), 0u);
+  ASSERT_EQ(vrel_vector2_set_paging(pages, 0, 2 * kSize), 0u);
+  for (uint32_t i = 0; i < 5; ++i) ASSERT_EQ(vrel_vector2_insert(pages, 0, &items[i], kSize), 0u);
+  each_allocation_failing([&] { return vrel_vector2_append_n(pages, items, 7, kSize); },
+                          [&] { EXPECT_EQ(tags_of(pages).size(), 5u); });
+  EXPECT_EQ(tags_of(pages).size(), 12u);
+  EXPECT_EQ(vrel_vector2_delete(pages), 0u);
+
   const auto create = [] {
     vrel_vector2* vector = nullptr;
     const uint32_t code = vrel_vector2_create(&vector, 4, kVrelThreadSafe, nullptr, nullptr);
@@ -367,6 +377,9 @@ TEST_F(vrel_vector_test, an_attached_array_stays_the_callers_until_the_vector_gr
   EXPECT_EQ(lent[0].key, 1u);
   ASSERT_EQ(vrel_vector2_trim(vector), 0u);
   EXPECT_EQ(capacity_by_detaching(vector), 3u);
+  ASSERT_EQ(vrel_vector2_attach(vector, lent, sizeof(lent), kSize, 0), 0u);
+  ASSERT_EQ(vrel_vector2_detach(vector, &data, &index, &size), 0u);
+  EXPECT_EQ(data, lent);
   void* given = vrel_memory_alloc(2 * kSize);
   ASSERT_EQ(vrel_vector2_attach(vector, given, 2 * kSize, kSize, 1), 0u);
   EXPECT_EQ(vrel_vector2_delete(vector), 0u);
