@@ -85,7 +85,7 @@ struct Element {
 
 struct ListData {
   std::map<uint32_t, Element> elements = {};
-  std::map<uint32_t, uint32_t> broken = {};  // ids that are looked up in vain, and with what code
+  std::map<uint32_t, uint32_t> broken = {};  // lookups of these ids return a code
 
   ListData& add(uint32_t id, uint32_t parent, uint32_t lower = 0, uint32_t upper = 0) {
     return elements[id] = {id, parent, lower, upper}, *this;
@@ -95,8 +95,8 @@ struct ListData {
   uint32_t find(uint32_t id, uint32_t level, const Element** out_element) const;
 };
 
-// Scores by two ids, listed or computed. Computed are those of the ids from 1 to `ids`: most of them
-// have a row, and `mix` and a pair give its score, no score, or for a few pairs a failure.
+// Scores of pairs of ids, listed or computed. For ids from 1 to `ids`, `mix` and the pair give a
+// score, no score, or in a few cases a failure; some ids have no scores at all.
 struct CorrelateTable : std::map<uint32_t, std::map<uint32_t, int32_t>> {
   using map::map;
   uint32_t ids = 0, mix = 0;

@@ -93,7 +93,7 @@ static Target* target_of(void* context) {
   return static_cast<Target*>(context);
 }
 
-// A score that goes with no success may stay unwritten.
+// A score of 0 is not written with a code: the library clears it before each call.
 static uint32_t answer(Outcome outcome, int32_t* out_score) {
   if (outcome.code == 0 || outcome.score != 0) *out_score = outcome.score;
   return outcome.code;
@@ -120,7 +120,7 @@ static uint32_t capture(void* writer, trova_gdo* data,
     }
     g_behaviours[i].start("has captured one");
   }
-  return 0x90550001;  // nobody looks
+  return 0x90550001;  // ignored
 }
 
 template <int i>

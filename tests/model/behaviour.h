@@ -1,5 +1,6 @@
-// behaviour.h: attributes that the tests register. What they answer is a function of their
-// settings, and each call notes itself, so that the library and the model can be compared by call.
+// behaviour.h: attribute providers that the tests register. Their results depend on their settings
+// alone. Each call adds a note to g_calls, so that the calls of the library and of the model can be
+// compared.
 #ifndef BEHAVIOUR_H
 #define BEHAVIOUR_H
 
@@ -41,7 +42,7 @@ struct Behaviour {
   uint32_t prepare_without_value(Target* target, uint32_t op) const;
   Outcome score(const Target& target, uint32_t value) const;
   Outcome score(const Target& target, const std::string& value) const;
-  // What a value is called under a key. Some values have no name.
+  // Writes the text of a value under a key. Some values have none.
   uint32_t render(const std::string& value, const std::string& key, bool has_locale,
                   std::string* out_text) const;
 
@@ -52,9 +53,9 @@ struct Behaviour {
 extern std::vector<std::string> g_calls;
 extern int g_open_contexts;
 
-// What goes wrong, or on meanwhile, in the calls to come, which count from the notes in `g_calls`.
+// What happens during the next calls. A call's number is the number of notes before it.
 struct Incidents {
-  size_t failing_call = SIZE_MAX;  // answers `code`, whatever is due
+  size_t failing_call = SIZE_MAX;  // returns `code`
   uint32_t code = 0;
   std::function<void(size_t call)> meanwhile = {};
 };

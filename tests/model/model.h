@@ -1,5 +1,6 @@
-// model.h: attributes, collections, the statement language and its evaluation once more, written
-// for clarity. Tests compare the library with it: codes, messages, orders and provider calls.
+// model.h: a second implementation of attributes, collections, the statement language and its
+// evaluation, written for clarity. Tests compare the library with it: codes, messages, results,
+// their order and provider calls.
 #ifndef MODEL_H
 #define MODEL_H
 
@@ -30,8 +31,7 @@ std::string folded(std::string text);  // names that differ in letter case only 
 uint32_t to_u32(const std::string& text);
 int32_t to_i32(const std::string& text);
 
-// The library's quicksort, exchange by exchange. Each of its steps is visible in the order of equal
-// elements.
+// The library's quicksort, exchange by exchange: the order of ties depends on each step.
 template <class T, class Compare>
 void quicksort(std::vector<T>& items, size_t lo, size_t hi, Compare compare) {
   while (lo < hi) {
@@ -50,10 +50,10 @@ void quicksort(std::vector<T>& items, size_t lo, size_t hi, Compare compare) {
   }
 }
 
-// Of so many elements a sort leaves equals as the quicksort above does; of more, in any order.
+// Up to this count a sort leaves ties in the order of the quicksort above. Above it, in any order.
 inline constexpr size_t kMostInOrder = 1024;
 
-// A vector that stays sorted once it has been: later elements go in before their equals.
+// A vector that stays sorted after its first sort: add() inserts at the sorted place.
 template <class T>
 struct Array {
   using Compare = int32_t (*)(const T&, const T&);
@@ -77,7 +77,7 @@ struct Array {
                  value);
   }
 
-  // Where a binary search that stops at the first equal element it meets ends.
+  // The result of a binary search that stops at the first equal element it finds.
   size_t place(const T& value) const {
     if (items.empty()) return 0;
     ptrdiff_t lo = -1;
@@ -93,18 +93,18 @@ struct Array {
   }
 };
 
-// Strings in one buffer; an id is an offset, and a string is known by its hash alone.
+// Strings in one buffer. An id is an offset. Strings of one hash are one string.
 class StringTable {
  public:
   uint32_t add(const std::string& text);
   std::optional<uint32_t> find(const std::string& text) const;
   std::string get(uint32_t id) const { return buffer_.c_str() + id; }
   void blank(uint32_t id);
-  // Gives a blanked string its place again if it has the length of what was blanked there first.
+  // Writes a text into a blanked place if it has the length of the first string blanked there.
   void restore(uint32_t id, const std::string& text);
   std::vector<uint32_t> ids() const;  // in the order of their hashes
   const std::string& buffer() const { return buffer_; }
-  // Takes another table's buffer over. A string behind a run of zeros is not found again.
+  // Takes over the buffer of another table. find() misses a string behind a run of zeros.
   void attach(const std::string& bytes);
 
  private:
@@ -131,7 +131,7 @@ struct BuiltIn;  // an attribute of the library's own
 struct Attribute {
   std::string name;
   const BuiltIn* built_in = nullptr;
-  const Behaviour* custom = nullptr;  // one of the two
+  const Behaviour* custom = nullptr;  // null for a built-in attribute
   Array<Record> records = {};
 
   Attribute(const std::string& built_in_name);
@@ -141,7 +141,7 @@ struct Attribute {
   std::vector<std::string> capture(const trova_mock::ObjectData& data) const;
 };
 
-// Pairs of a mood and its weight.
+// Pairs of a mood id and its weight.
 struct MoodProfile {
   uint32_t count = 0;
   uint32_t ids[17] = {}, weights[17] = {};
@@ -149,7 +149,7 @@ struct MoodProfile {
   explicit MoodProfile(const std::string& text);
 };
 
-// What a comparison compares with.
+// The prepared right side of a comparison.
 class Context {
  public:
   explicit Context(const Attribute& attribute) : attribute_(attribute) {}
@@ -175,7 +175,7 @@ class Context {
   Target target_;
   const trova_mock::ListData* list_ = nullptr;
   const trova_mock::CorrelateTable* correlates_ = nullptr;
-  bool has_row_ = false;  // of correlates, for the value
+  bool has_row_ = false;  // the correlates have scores for value_
   std::optional<MoodProfile> profile_ = {};
   uint32_t value_ = 0, level_ = 0, start_ = 0, end_ = 0;
 };
@@ -188,12 +188,12 @@ struct Collection {
 
   explicit Collection(const std::vector<Attribute>& registry);
   Attribute* find(const std::string& name) const;
-  void put(const Attribute& attribute);  // in place of one of its name
+  void put(const Attribute& attribute);  // replaces the one of its name
   void add(const std::string& ident, const trova_mock::ObjectData& data);
   uint32_t remove(const std::string& ident);
 };
 
-// The larger first.
+// Sorts by ident, the larger first.
 int32_t compare_ident(const Record& a, const Record& b);
 
 // ------------------------------------------------------------------------------- Statements
@@ -215,7 +215,7 @@ struct Node {
   std::unique_ptr<Context> context;
   bool usable = false;
 
-  // From left to right.
+  // Deletes contexts from left to right.
   ~Node() { left.reset(), right.reset(), context.reset(); }
 };
 using Tree = std::unique_ptr<Node>;
@@ -223,7 +223,7 @@ using Tree = std::unique_ptr<Node>;
 inline bool is_comparison(const Node& node) {
   return node.kind >= kEqual && node.kind <= kLike;
 }
-// One whose sides are no comparisons themselves.
+// A comparison whose sides are both operands.
 inline bool is_operand_comparison(const Node& node) {
   return is_comparison(node) && !is_comparison(*node.left) && !is_comparison(*node.right);
 }
@@ -245,11 +245,11 @@ struct Statement {
 
 // Throws Failure.
 Statement parse(const std::string& text, const Collection& collection);
-// The operator as an attribute sees it that stands left or right of it.
+// The operator code for an attribute on the left of the operator, or on the right (`reversed`).
 uint32_t attribute_operator(Kind kind, bool reversed);
 
 struct Playlist {
-  // What is sure: everything; the score of each ident; the idents; nothing.
+  // What the model knows: everything; the score of each ident; the idents; nothing.
   enum Certainty { kOrder, kScores, kIdents, kNothing } certainty = kOrder;
   std::vector<std::string> idents = {};
   std::vector<int32_t> scores = {};
@@ -262,7 +262,7 @@ Playlist generate(const std::string& text, Collection& collection,
                   const trova_mock::ObjectData* seed);
 extern const char kMoreLikeThis[];
 
-// The state of RAND without a seed, which all statements share.
+// The state of RAND without a seed, shared by all statements.
 extern uint32_t g_random;
 
 }  // namespace model

@@ -1,4 +1,4 @@
-// model_attributes: what the model's attributes capture, and how they compare.
+// model_attributes: the captures and comparisons of the model's attributes.
 #include <cmath>
 
 #include "model.h"
@@ -140,14 +140,14 @@ uint32_t Context::look_up() {
   return 0;
 }
 
-// Finds what the correlates say of the value.
+// Finds the scores of the value in the correlates.
 uint32_t Context::find_row() {
   if (target_.op != 20 || correlates_ == nullptr) return 0;
   has_row_ = correlates_->has(value_);
   return has_row_ ? 0 : kNotFound;
 }
 
-// The text that a seed gives a comparison; null without one.
+// The text that a comparison takes from a seed. Null if the seed has none.
 static const std::string* text_of_seed(const BuiltIn& built_in, const ObjectData& seed) {
   const auto track = seed.child("trova_ctx_track!matching");
   const bool is_album = is(seed, "trova_ctx_album");
@@ -218,7 +218,7 @@ Outcome Context::score(const std::string& value) const {
   return profile_ ? score_profile(MoodProfile(value)) : Outcome();
 }
 
-// By the element or its ancestor at the level of what it is compared with.
+// Compares the element, or its ancestor at the level of the right side.
 Outcome Context::score_list(uint32_t value) const {
   const trova_mock::Element none = {};
   const trova_mock::Element* element = &none;
@@ -267,7 +267,7 @@ Outcome Context::score_tempo(uint32_t value) const {
   return {code, score_of(holds[target_.op - 10])};
 }
 
-// The pairs of neighbouring characters in valid UTF-8, with a 0 behind the last one.
+// The first character and all pairs of neighbors in valid UTF-8. The last one's neighbor is 0.
 static std::vector<uint32_t> pairs_of(const std::string& text) {
   std::vector<uint32_t> pairs;
   uint32_t before = 0;
@@ -318,13 +318,14 @@ MoodProfile::MoodProfile(const std::string& text) {
   }
 }
 
-// How many weigh anything. So many are looked at, from the first on, whichever those are.
+// The number of weights that are not 0. Only so many pairs count, from the first on, whatever their
+// own weights.
 static uint32_t considered(const MoodProfile& profile) {
   return profile.count -
          static_cast<uint32_t>(std::count(profile.weights, profile.weights + profile.count, 0u));
 }
 
-// Where a profile stands on the axis of a mood.
+// The coordinate of a profile on the axis of a mood.
 int32_t Context::coordinate(uint32_t mood, const MoodProfile& profile) const {
   if (correlates_ == nullptr || !correlates_->has(mood)) return 0;
   uint32_t sum = 0;

@@ -18,7 +18,7 @@ uint32_t map_error(uint32_t code) {
   return found == kPackages.end() ? 0x90890000 | low : found->second;
 }
 
-// Longer numbers end at the limits of long long, which is far enough.
+// Clamps at the limits of long long. The callers clamp at 32 bits.
 static long long read_decimal(const std::string& text) {
   return std::strtoll(text.c_str(), nullptr, 10);
 }

@@ -27,7 +27,8 @@ int32_t by_ident(const Entry& a, const Entry& b) {
   return wrap(int64_t{a.record.ident} - b.record.ident);
 }
 
-// LIMITs come last, those for RESULTS behind the others. Two of a sort contradict each other.
+// LIMITs come last, and of these RESULTS. For two LIMITs of one kind the comparison contradicts
+// itself.
 int32_t by_action(const Tree& a, const Tree& b) {
   if (a->kind != b->kind) return a->kind < b->kind ? -1 : 1;
   return a->kind == kLimit && a->right->kind == kResults ? 1 : -1;
@@ -103,10 +104,10 @@ class Run {
  private:
   using Entries = Array<Entry>;
 
-  // Of many entries, the library leaves some things open; what depends on them is open, too.
+  // The order of ties among many entries is open, and so is every result that depends on it.
   void doubt(Playlist::Certainty certainty) { certainty_ = std::max(certainty_, certainty); }
 
-  // What a failure leaves behind depends on the order in which it was met.
+  // The entries after a failure depend on the order of evaluation.
   uint32_t ended(uint32_t code) {
     if (certainty_ != Playlist::kOrder) doubt(Playlist::kNothing);
     return code;
@@ -118,7 +119,7 @@ class Run {
     entries.has_loose_ties = false;
   }
 
-  // Of the entries of one ident the first stays.
+  // Keeps the first entry of each ident.
   void remove_duplicates(Entries& entries) {
     if (entries.items.size() < 2) return;
     sort(entries, by_ident);
@@ -153,7 +154,7 @@ class Run {
     return mode == Mode::kAdd ? add_matches(node, entries) : filter(node, entries);
   }
 
-  // An OR adds, whatever is asked of it.
+  // An OR adds in both modes.
   uint32_t where_or(const Node& node, Entries& entries) {
     if (const uint32_t code = where(*node.left, entries, Mode::kAdd)) return code;
     if (const uint32_t code = where(*node.right, entries, Mode::kAdd)) return code;
@@ -161,7 +162,7 @@ class Run {
     return 0;
   }
 
-  // An AND that adds keeps what its sides found even where they failed.
+  // An AND that adds keeps the entries of its sides even if they fail.
   uint32_t where_and(const Node& node, Entries& entries, Mode mode) {
     if (mode == Mode::kFilter) {
       if (const uint32_t code = where(*node.left, entries, mode)) return code;
@@ -189,7 +190,7 @@ class Run {
     if (records.has_loose_ties) doubt(Playlist::kScores);
     const size_t count = records.items.size();
     for (size_t i = 0; i < count && i < records.items.size(); ++i) {
-      const Record record = records.items[i];  // which asking may take away
+      const Record record = records.items[i];  // the provider may remove it
       const Outcome outcome = evaluate(node, record);
       if (outcome.code != 0) return ended(outcome.code);
       if (outcome.score != 0) entries.add({outcome.score, record, 0});
@@ -197,7 +198,7 @@ class Run {
     return 0;
   }
 
-  // Judges the value that brought an entry in, whichever attribute it belongs to.
+  // Evaluates the record that added an entry, whichever attribute it belongs to.
   uint32_t filter(const Node& node, Entries& entries) {
     if (certainty_ >= Playlist::kIdents) doubt(Playlist::kNothing);
     if (!node.left->usable) entries.items.clear();
@@ -240,7 +241,7 @@ class Run {
     return 0;
   }
 
-  // The first of an ident's records; past the last one without any.
+  // The index of the first record of an ident, or the count of records.
   static size_t find_records(Attribute& attribute, uint32_t ident) {
     attribute.records.sort(compare_ident);
     const auto& records = attribute.records.items;
@@ -249,8 +250,8 @@ class Run {
                                records.begin());
   }
 
-  // The best of what an ident's records score, as long as it is not 0, and the first failure.
-  // Asking may move records: those that then stand in the same stretch are asked.
+  // The highest score of an ident's records that is not 0, and the first failure. If a provider
+  // moves records meanwhile, those of the ident at the same indexes are evaluated.
   Outcome best_score(const Node& node, uint32_t ident) {
     const auto& records = node.left->attribute->records.items;
     const size_t first = find_records(*node.left->attribute, ident);
@@ -298,7 +299,7 @@ class Run {
     return 0;
   }
 
-  // Arithmetic does not ask how its sides ended.
+  // Arithmetic ignores the codes of its sides.
   std::vector<int32_t> side(const Node& node) {
     if (node.kind != kNumber) (void)order(node);
     std::vector<int32_t> values;
@@ -339,7 +340,7 @@ class Run {
     return 0;
   }
 
-  // By the first integer of an ident, or its first text.
+  // The first integer of an ident, else its first text.
   static uint32_t group_of(Attribute& attribute, uint32_t ident) {
     const auto& records = attribute.records.items;
     const size_t first = find_records(attribute, ident);

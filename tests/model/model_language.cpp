@@ -11,7 +11,7 @@ namespace {
 constexpr size_t kLongestText = 299;
 constexpr int kDeepestParentheses = 1000;
 
-// In the order in which a word is compared with them: a prefix of one is that keyword.
+// In the order of comparison: a word is the first keyword of which it is a prefix.
 constexpr std::pair<const char*, Kind> kKeywords[] = {
     {"GENPL", kGenpl}, {"GENERATE", kGenerate}, {"PLAYLIST", kPlaylist}, {"WHERE", kWhere},
     {"LIKE", kLike},   {"SEED", kSeed},         {"RAND", kRand},         {"AND", kAnd},
@@ -39,7 +39,7 @@ class Lexer {
   std::string token() const { return text_.substr(start_, std::min(end_ - start_, kLongestText)); }
   std::string rest() const { return text_.substr(start_); }
 
-  // What stands at the token up to the next blank.
+  // The text from the token to the next space.
   std::string word() const {
     const auto blank = [](char c) { return static_cast<unsigned char>(c) <= 32; };
     size_t from = start_;
@@ -94,7 +94,7 @@ class Lexer {
     ++at_;
   }
 
-  // Digits that run into a word are no token: neither the place nor the span moves.
+  // Digits followed by a letter are no token: neither the position nor the span moves.
   void number() {
     const size_t length = run(at_, is_digit);
     if (is_word(text_[at_ + length])) {
@@ -104,7 +104,7 @@ class Lexer {
     }
   }
 
-  // A character that no word holds makes an empty one, which begins every keyword.
+  // A character that belongs to no token yields an empty word, which is a prefix of all keywords.
   void bare_word() {
     const size_t length = run(at_, is_word);
     const std::string word = text_.substr(at_, length);
@@ -298,7 +298,7 @@ void bind_side(Node& side, const Node& comparison, bool reversed, const Collecti
                              *comparison.text + "'"};
 }
 
-// Gives identifiers their attributes and asks these for the operators.
+// Looks up the attributes of identifiers and checks their operators.
 void bind(Node& node, const Collection& collection) {
   if (node.kind == kIdentifier) node.attribute = collection.find(*node.text);
   if (node.kind == kWhere || node.kind == kOrder) bind(*node.right, collection);

@@ -1,4 +1,4 @@
-// model_stream: writes and reads collections, compares them with reports, looks at idents.
+// model_stream: writes and reads collections, compares them with reports, renders values of idents.
 #include "model_stream.h"
 
 #include <algorithm>
@@ -168,7 +168,7 @@ class Reader {
     return item.bytes;
   }
 
-  // An item with all that it contains.
+  // An item with all items that it contains.
   Item next() {
     uint64_t parts = 0;
     Item item = part(&parts);

@@ -1,4 +1,4 @@
-// model_stream.h: collections as bytes, their synchronisation and the view of an ident, once more.
+// model_stream.h: the model's streams of collections, reports of idents and views of an ident.
 #ifndef MODEL_STREAM_H
 #define MODEL_STREAM_H
 
@@ -11,7 +11,7 @@ namespace model {
 
 uint32_t bound(const Collection& collection);
 
-// The items of the stream in their order; a stream is nothing but its items.
+// The items of a stream in their order.
 using Items = std::vector<std::string>;
 Items write(const Collection& collection);
 std::string number(uint32_t value);
@@ -25,10 +25,10 @@ struct Loaded {
 };
 Loaded read(const std::string& bytes, const std::vector<Attribute>& registry);
 
-// What was reported to a collection since it was last processed.
+// The idents reported to a collection since it was last processed.
 class Report {
  public:
-  // Answers whether to stop.
+  // Returns whether to stop.
   using Callback = std::function<bool(const std::string& ident, uint32_t status)>;
   void add(const Collection& collection, const std::string& ident);
   uint32_t process(const Collection& collection, const Callback& callback);

@@ -13,7 +13,7 @@ namespace {
 const Strings kCustoms = words("mx_num MX_Text mx_both mx_wild mx_half MX_NUM");
 const Strings kBlanks = {" ", " ", " ", "\n", "\t  "};
 
-// Nonterminals begin with "%". The first alternative of each ends soonest.
+// Nonterminals begin with "%". Their first alternatives lead to the shortest texts.
 const std::map<std::string, Strings> kGrammar = {
     {"%statement", {"%head %where %order %limit"}},
     {"%head", {"genpl", "GENPL", "generate PLAYLIST"}},
@@ -111,8 +111,8 @@ class World : private RandomWorld {
     }
   }
 
-  // Most are small, some have hundreds of values for each attribute, and a few more entries than a
-  // sort keeps in order.
+  // Most worlds are small. Some have hundreds of distinct values of each attribute, a few more
+  // entries than model::kMostInOrder.
   static Size size_of(uint32_t seed) {
     if (seed % 64 == 7) return {1500, 40, 100000, 1000, 1200, seed % 128 == 7};
     if (seed % 16 == 5) return {700, 1000, seed % 32 == 5 ? 3000u : 60u, 700, 1200};
@@ -120,7 +120,7 @@ class World : private RandomWorld {
   }
 
  private:
-  // What came of a call.
+  // The results of a call.
   struct Answer {
     uint32_t code = 0;
     std::vector<trova_mock::ErrorInfo> infos = {};
@@ -150,7 +150,7 @@ class World : private RandomWorld {
     EXPECT_EQ(exists, pair_.model->idents.find(change.text).has_value());
   }
 
-  // The same collection, whose values nobody has looked at yet.
+  // A new collection of the same contents, not evaluated yet.
   Pair copy() {
     std::string bytes;
     for (const std::string& item : model::write(*pair_.model)) bytes += item;
@@ -181,7 +181,7 @@ class World : private RandomWorld {
       const std::string junk = chance(70) ? pick(kGrammar.at("%junk")) : *at;
       *at = chance(50) ? junk : chance(50) ? "" : *at + " " + junk;
     }
-    std::string text = " ";  // an empty statement is refused before it is read
+    std::string text = " ";  // an empty statement is an invalid argument
     const uint32_t close = chance(10) ? 10 : 0;
     for (const std::string& symbol : symbols) text += symbol + (chance(close) ? "" : pick(kBlanks));
     return text;
@@ -234,7 +234,7 @@ class World : private RandomWorld {
     compare(statement.text, found, expected);
   }
 
-  // After a statement of which the model is not sure.
+  // After a statement whose results the model does not know.
   void start_over() {
     model::g_random = g_library_random;
     Pair fresh = copy();
@@ -242,7 +242,7 @@ class World : private RandomWorld {
     pair_ = std::move(fresh);
   }
 
-  // The model knows of no fault: only the runs with and without memories are compared.
+  // The model has no such faults: only the transcripts are compared.
   void run_with_fault(const Change& statement, trova_playlist_collection* library) {
     static const Strings slots = words(
         "list.locale_load list.locale_info list.list_load list.correlates_load "
@@ -275,7 +275,7 @@ class World : private RandomWorld {
         });
   }
 
-  // Runs a call of the library; its failure must be what was logged last.
+  // Runs a call of the library. The last log line must be its failure.
   static Answer library_answer(const std::string& text, const char* function,
                                const std::function<uint32_t(Answer*)>& call) {
     mock().infos.clear();
@@ -319,7 +319,7 @@ class World : private RandomWorld {
 
   void compare(const std::string& text, Answer found, Answer expected) {
     if (size_.idents > 50) {
-      // Entries are asked about in the order that they have, which is open for some.
+      // The model may not know the order of evaluation.
       std::sort(found.calls.begin(), found.calls.end());
       std::sort(expected.calls.begin(), expected.calls.end());
     }

@@ -36,7 +36,7 @@ const std::vector<uint32_t> kIntegers = {
     32768, 65535, 65536, 0x11111111, 1 << 30, 0x7fffffff, 0x80000000, 0xffffffff};
 const std::vector<uint32_t> kLengths = {31, 32, 255, 256, 65535, 65536};
 
-// Items that a stream has no use for, or not where it is, and some that it reads all the same.
+// Items that are invalid in a stream, or in most places of it, and other forms of valid ones.
 const Strings kOddItems = words(
     "c0 c1 c2 c3 ca3f800000 cb3ff0000000000000 90 9101 80 8101920102 dc000101 dcffff ddffffffff "
     "dd00ffffff df007fffff dbffffffff db7fffffff c600ffffff c40178 c5000178 d40178 c702017879 "
@@ -59,7 +59,7 @@ std::string joined(const Items& items) {
   return bytes;
 }
 
-// The largest block that anybody took, also past the manager; 0 without the address sanitizer.
+// The largest allocated block, through the manager or not. 0 without the address sanitizer.
 size_t g_largest_block = 0;
 #ifdef __SANITIZE_ADDRESS__
 extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*on_malloc)(const volatile void*,
@@ -71,14 +71,14 @@ void note_block(const volatile void*, size_t size) {
 const int kBlockHooks = __sanitizer_install_malloc_and_free_hooks(note_block, [](auto*) {});
 #endif
 
-// A view in both worlds, and the texts that the library's has handed out.
+// A view in both worlds, and the texts that the library's view returned.
 struct ViewPair {
   trova_gdo* library;
   model::View model;
   std::vector<std::pair<const char*, std::string>> texts = {};
 };
 
-// One start of the library, and what is done to a collection.
+// One start of the library and a collection.
 class World : private RandomWorld {
  public:
   explicit World(uint32_t seed) : RandomWorld(seed, {}) {}
@@ -109,7 +109,7 @@ class World : private RandomWorld {
     EXPECT_EQ(apply(change, pair->library), apply(change, pair));
   }
 
-  // What a collection goes through, read back now and then.
+  // Changes and queries a collection, with a write and a read in between.
   void live(Pair* pair) {
     compare_collections(pair);
     if (::testing::Test::HasFailure()) return;
@@ -126,7 +126,7 @@ class World : private RandomWorld {
     if (chance(70)) compare_processing(pair);
   }
 
-  // The application lets go of a collection; its views go later.
+  // Releases a collection before its views.
   void end(Pair* pair) {
     if (pair->library == nullptr) return;
     EXPECT_EQ(trova_playlist_collection_release(pair->library), 0u);
@@ -166,14 +166,14 @@ class World : private RandomWorld {
         << "library: " << dump(bytes.substr(0, size)) << "\nmodel:   " << dump(expected);
   }
 
-  // Reads bytes in both worlds. Nothing that they say makes the library take more than they fill.
+  // Reads bytes in both worlds. The library must not allocate more than they can fill.
   Pair loaded(const std::string& bytes) {
     Pair pair;
     mock().lines.clear();
     mock().errors.clear();
     mock().watch_peak();
     const size_t before = mock().bytes();
-    // A block of its own shows a read past its end.
+    // The sanitizer detects a read past the end of a block.
     const std::unique_ptr<char[]> copy(new char[bytes.size() + (bytes.empty() ? 1 : 0)]);
     std::copy(bytes.begin(), bytes.end(), copy.get());
     g_largest_block = 0;
@@ -190,7 +190,7 @@ class World : private RandomWorld {
       EXPECT_EQ(std::pair(line.package, line.level), std::pair(0x89u, 2u));
       warnings.push_back(line.text);
     }
-    // The mock keeps that much of a line.
+    // The mock truncates lines.
     for (std::string& warning : expected.warnings) warning = warning.substr(0, 1023);
     EXPECT_EQ(warnings, expected.warnings);
     if (code != 0 && !mock().errors.empty()) {
@@ -267,7 +267,7 @@ class World : private RandomWorld {
     return bytes;
   }
 
-  // The first items of sections are worth more attention than their entries.
+  // Half the time one of the first items of a section.
   std::string* random_item(Items* items) {
     const size_t skip = below(5);
     std::vector<std::string*> heads;
@@ -278,7 +278,7 @@ class World : private RandomWorld {
                                         : &(*items)[below(static_cast<uint32_t>(items->size()))];
   }
 
-  // Another form of the same number or bytes, which may be none that a reader takes.
+  // Another form of the same number or bytes, valid or not.
   std::string written_otherwise(const std::string& item) {
     const auto head = static_cast<unsigned char>(item[0]);
     if (head >= 0xa0 && head < 0xc0) {
@@ -317,7 +317,7 @@ class World : private RandomWorld {
     return items;
   }
 
-  // Runs of zeros, texts twice and ends without a terminator.
+  // Runs of zeros, duplicate texts and missing terminators.
   Items odd_table() {
     std::string buffer;
     for (uint32_t n = below(7); n > 0; --n) {
@@ -349,7 +349,7 @@ class World : private RandomWorld {
 
   // -------------------------------------------------------------------- Synchronisation
 
-  // What the library called back, with what was done in answer.
+  // A callback of the library, and what it did.
   struct Step {
     std::string ident;
     uint32_t status;
@@ -425,7 +425,7 @@ class World : private RandomWorld {
       EXPECT_EQ(trova_playlist_collection_sync_process(pair->library, nullptr, nullptr),
                 0x90890001u);
     }
-    if (chance(10)) return;  // the report goes with the collection, or joins the next one
+    if (chance(10)) return;  // leaves the report to the next processing or to the release
     g_calls.clear();
     const uint32_t code =
         trova_playlist_collection_sync_process(pair->library, on_difference, &processing);
@@ -462,7 +462,7 @@ class World : private RandomWorld {
             random_ident()};
   }
 
-  // Most of what the collection holds, something twice, and something new.
+  // Most idents of the collection, some twice, and some new ones.
   void report(Pair* pair) {
     Strings idents;
     for (const uint32_t id : pair->model->idents.ids()) {
@@ -547,14 +547,14 @@ class World : private RandomWorld {
     EXPECT_EQ(operations.addref(self), self);
   }
 
-  // The view takes the locale that another has loaded, unless the service refuses.
+  // Sets a loaded locale, unless the service fails.
   void set_locale(ViewPair* view) {
     const auto& service = mock().list_service();
     void* self = nullptr;
     const trova_gdo_operations& operations = mock().operations(view->library, &self);
     trova_locale* locale = nullptr;
     EXPECT_EQ(operations.get_locale(self, &locale), 0u);
-    // Its own, or none.
+    // Sets its own locale again, or none.
     EXPECT_EQ(chance(30) ? operations.set_locale(self, locale) : 0, 0u);
     if (mock().lists.locales.empty()) return;
     EXPECT_EQ(service.locale_load(mock().lists.locales.begin()->first.c_str(), &locale), 0u);

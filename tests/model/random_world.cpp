@@ -1,4 +1,4 @@
-// random_world: what the random programs draw from, and what they do to collections.
+// random_world: the draws of the random programs, and their changes of collections.
 #include "random_world.h"
 
 #include <cstdlib>
@@ -10,7 +10,7 @@
 using trova_mock::mock;
 using trova_mock::Object;
 
-// RAND without a seed draws from a state that tests can set back (-Wl,--wrap).
+// Replaces the state of RAND without a seed by one that tests can reset (-Wl,--wrap).
 extern "C" uint32_t __real__Z16vrel_random_randPj(uint32_t* state);
 extern "C" uint32_t __wrap__Z16vrel_random_randPj(uint32_t* state);
 uint32_t g_library_random;
@@ -197,7 +197,7 @@ std::string RandomWorld::text_of(uint32_t length) {
   return text;
 }
 
-// Some share a hash, with and without sharing a length.
+// Some have the same hash, with the same length or another.
 std::string RandomWorld::random_ident() {
   if (!size_.single && chance(10)) return pick(words("aB b! yfgiz nrskhc \xc3\xa9"));
   if (size_.idents != 0) return "track " + std::to_string(below(size_.idents));
@@ -295,7 +295,7 @@ Change RandomWorld::random_interference(bool may_release) {
 
 RandomWorld::Plan RandomWorld::random_plan(bool may_release) {
   Plan plan;
-  if (size_.idents > 50) return plan;  // too many for their orders to be known throughout
+  if (size_.idents > 50) return plan;  // the model may not know the order of calls
   const uint32_t reach = chance(50) ? 12 : 100;
   if (chance(8)) {
     const std::vector<uint32_t> codes = {0x90550033, 0x10550033, 0x1089003c, 0x908901a4};

@@ -1,5 +1,5 @@
-// random_world.h: a running library with random lists and attributes, and what can be done to a
-// collection of it, the same in the library and in the model.
+// random_world.h: a running library with random lists and attributes, and random changes of a
+// collection, made in the library and in the model alike.
 #ifndef RANDOM_WORLD_H
 #define RANDOM_WORLD_H
 
@@ -19,7 +19,7 @@ using Strings = std::vector<std::string>;
 
 Strings words(const char* text);
 
-// The attributes that a running library has, as the model knows them.
+// The attributes of a running library, for the model.
 inline std::vector<model::Attribute> registered_attributes() {
   std::vector<model::Attribute> attributes;
   const char* name = nullptr;
@@ -29,7 +29,7 @@ inline std::vector<model::Attribute> registered_attributes() {
   return attributes;
 }
 
-// The idents of a playlist, which is released.
+// Returns the idents of a playlist and releases it.
 inline Strings take_idents(trova_playlist_results* results) {
   Strings idents;
   uint32_t count = 0;
@@ -43,19 +43,19 @@ inline Strings take_idents(trova_playlist_results* results) {
   return idents;
 }
 
-// What a case shows besides what the model knows: with and without its memories the library must
-// show the same.
+// Results and log lines of the cases of one world. They must be the same with and without what the
+// library remembers.
 extern Strings g_transcript;
 
 // The state of the library's RAND without a seed.
 extern uint32_t g_library_random;
 
-// Runs `world(seed)` for one seed after the other, from TROVA_MODEL_SEED on, until
-// TROVA_MODEL_CASES are through or one fails; each with what the library remembers and without.
+// Runs `world(seed)` with and without what the library remembers, for the seeds from
+// TROVA_MODEL_SEED on, until TROVA_MODEL_CASES are done or one fails.
 void for_each_seed(uint32_t cases, uint32_t cases_per_world,
                    const std::function<void(uint32_t seed)>& run_world);
 
-// The same draws for the same seed, on every machine.
+// Draws the same for the same seed on every machine.
 class Dice {
  public:
   explicit Dice(uint32_t seed) : random_(seed) {}
@@ -79,25 +79,26 @@ struct Pair {
   model::Report report = {};
 };
 
-// One thing done to a collection.
+// One change or query of a collection.
 struct Change {
   enum Kind { nothing, add, remove, report, process, generate, look, release } kind = nothing;
   std::string text = {};                            // an ident, or a statement
-  std::shared_ptr<trova_mock::Object> object = {};  // what is added, or the seed
-  std::string key = {};                             // that is looked at
+  std::shared_ptr<trova_mock::Object> object = {};  // the description of an ident, or the seed
+  std::string key = {};                             // of the value to look at
 };
 
-// What comes of a change in one of the worlds; processing is for others to do.
+// Applies a change to the library or the model and returns its results as text. Does nothing for
+// `process`.
 std::string apply(const Change& change, trova_playlist_collection* library);
 std::string apply(const Change& change, Pair* pair);
 
 class RandomWorld : protected Dice {
  protected:
-  // How much there is of what.
+  // How many of each there are.
   struct Size {
-    uint32_t idents = 0;  // 0: with odd names
+    uint32_t idents = 0;  // 0: short and very long names
     uint32_t ids = 14, numbers = 40, names = 0, moods = 40;
-    bool single = false;  // one value for an ident and an attribute
+    bool single = false;  // at most one record of an ident for an attribute
   };
 
   RandomWorld(uint32_t seed, const Size& size);
@@ -112,14 +113,14 @@ class RandomWorld : protected Dice {
   std::string random_profile();
   std::shared_ptr<trova_mock::Object> random_object();
   Change random_change();
-  // Some of which add to a collection, remove from it, ask it or release it while it is at work.
+  // What a provider or a callback does to the collection that calls it.
   Change random_interference(bool may_release);
 
-  // Idents and attributes.
+  // Compares idents and attributes.
   static void compare_contents(const Pair& pair);
 
-  // Runs a call of either world, in which the same happens meanwhile. True: and the collection was
-  // released.
+  // Runs a call of the library or the model with the incidents of a plan. Returns whether one
+  // released the collection.
   struct Plan {
     Incidents incidents = {};
     std::map<size_t, Change> changes = {};

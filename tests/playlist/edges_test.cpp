@@ -180,7 +180,7 @@ TEST_F(Edges, what_is_remembered_of_moods_is_of_one_seed_and_no_failure) {
                                                        {"7:100", "7:100"},
                                                        {"4:100", "5:100 5:100,9:0 7:100"}};
   for (g_playlist_memories = false;; g_playlist_memories = true) {
-    // One playlist is made while another knows its scores already.
+    // Generates one playlist while another remembers scores.
     for (const auto& [profile, idents] : cases) {
       std::string meanwhile = "nothing";
       g_incidents.meanwhile = [&, profile = profile](size_t) {
@@ -191,7 +191,7 @@ TEST_F(Edges, what_is_remembered_of_moods_is_of_one_seed_and_no_failure) {
       g_incidents = {};
       EXPECT_EQ(meanwhile, idents) << profile;
     }
-    // The first score is the seed's own.
+    // The first call is for the seed's own coordinate.
     mock().fail_slot("list.correlate_score", 2, 0x90100005);
     EXPECT_EQ(alike("5:100"), "5:100,9:0");
     if (g_playlist_memories) break;
