@@ -22,8 +22,8 @@ const std::map<std::string, Strings> kGrammar = {
     {"%term",
      {"%test", "%test", "( %test )", "%test >= %score", "( %test ) %op %score", "( %any )",
       "( %test ) %op %term", "( %any ) %op ( %test )", "( %near ) %op %score",
-      "( %any ) or ( %near ) %op %score", "( %test or ( %near ) %op %score ) and %test",
-      "qx_mood like seed or %custom != %number"}},
+      "( %any ) or ( %near ) %op %score", "%custom != %number and %name != %title",
+      "( %test or ( %near ) %op %score ) and %test", "qx_mood like seed or %custom != %number"}},
     {"%near",
      {"%list like %id", "%list like seed", "%name like %title", "qx_mood like seed",
       "qx_mood like seed", "qx_tempo like %tempo"}},
@@ -115,7 +115,7 @@ class World : private RandomWorld {
   // entries than model::kMostInOrder.
   static Size size_of(uint32_t seed) {
     if (seed % 64 == 7) return {1500, 40, 100000, 1000, 1200, seed % 128 == 7};
-    if (seed % 16 == 5) return {700, 1000, seed % 32 == 5 ? 3000u : 60u, 700, 1200};
+    if (seed % 16 == 5) return {700, 1000, seed % 32 == 5 ? 3000u : 400u, 700, 1200};
     return {50, 14, 40, 0, std::vector<uint32_t>{10, 40, 611, 2000}[seed % 4]};
   }
 

@@ -194,6 +194,11 @@ TEST_F(Edges, what_is_remembered_of_moods_is_of_one_seed_and_no_failure) {
     // The first call is for the seed's own coordinate.
     mock().fail_slot("list.correlate_score", 2, 0x90100005);
     EXPECT_EQ(alike("5:100"), "5:100,9:0");
+    // The second of two comparisons of one seed lacks an axis, so it scores 292 and not 0.
+    mock().fail_slot("list.correlate_set_open", 3, 0x90100005);
+    EXPECT_EQ(generated("genpl where (qx_mood like seed) > 200 or (qx_mood like seed) > 200",
+                        track("5:100,7:100")->get()),
+              "5:100 5:100,9:0 7:100");
     if (g_playlist_memories) break;
   }
 }
