@@ -93,9 +93,7 @@ class Run {
     sort(entries_, by_score);
     Playlist playlist{certainty_};
     for (const Entry& entry : entries_.items) {
-      const uint32_t ident = entry.record.ident;
-      const bool leads_on = ident <= collection_.idents.buffer().size();
-      playlist.idents.push_back(leads_on ? collection_.idents.get(ident) : "0x90890363");
+      playlist.ids.push_back(entry.record.ident);
       playlist.scores.push_back(entry.score);
     }
     return playlist;
@@ -394,8 +392,8 @@ bool Playlist::allows(const std::vector<std::string>& found) const {
   return a == b;
 }
 
-Playlist generate(const std::string& text, Collection& collection,
-                  const trova_mock::ObjectData* seed) {
+static Playlist run(const std::string& text, Collection& collection,
+                    const trova_mock::ObjectData* seed) {
   Statement statement = parse(text, collection);
   if (statement.seed_used && seed == nullptr) throw Failure{0x90890600, std::nullopt};
   for (const Tree& tree : statement.trees) {
@@ -403,6 +401,16 @@ Playlist generate(const std::string& text, Collection& collection,
     if (code != 0) throw Failure{code, std::nullopt};
   }
   return Run(collection).run(statement.trees);
+}
+
+Playlist generate(const std::string& text, Collection& collection,
+                  const trova_mock::ObjectData* seed) {
+  Playlist playlist = run(text, collection, seed);
+  for (const uint32_t id : playlist.ids) {
+    const bool leads_on = id <= collection.idents.buffer().size();
+    playlist.idents.push_back(leads_on ? collection.idents.get(id) : "0x90890363");
+  }
+  return playlist;
 }
 
 }  // namespace model

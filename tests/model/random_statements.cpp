@@ -137,13 +137,14 @@ class World : private RandomWorld {
     if (size_.single && pair_.model->idents.find(change.text)) return;
     const Plan plan = random_plan(true);
     trova_playlist_collection* const library = pair_.library;
-    std::string answers[2];
+    Answer found;
+    Answer expected;
     const bool released =
-        run_as_planned(plan, library, [&] { answers[0] = apply(change, library); });
-    const Strings calls = std::exchange(g_calls, {});
-    (void)run_as_planned(plan, &pair_, [&] { answers[1] = apply(change, &pair_); });
-    EXPECT_EQ(answers[0], answers[1]);
-    EXPECT_EQ(calls, g_calls);
+        run_as_planned(plan, library, [&] { found.idents = {apply(change, library)}; });
+    found.calls = std::exchange(g_calls, {});
+    (void)run_as_planned(plan, &pair_, [&] { expected.idents = {apply(change, &pair_)}; });
+    expected.calls = std::exchange(g_calls, {});
+    compare(change.text, found, expected);
     if (released) return void(pair_.library = nullptr);
     uint8_t exists = 2;
     EXPECT_EQ(trova_playlist_collection_ident_exists(library, change.text.c_str(), &exists), 0u);
