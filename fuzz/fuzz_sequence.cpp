@@ -838,7 +838,7 @@ class Program {
   void require_refused(Uses uses, uint32_t expected) {
     FUZZ_REQUIRE(call([&] {
                    for (const uint32_t code : uses()) FUZZ_REQUIRE(code == expected);
-                   return 0;
+                   return uint32_t{0};
                  }) == 0);
   }
 
