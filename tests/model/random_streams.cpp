@@ -29,7 +29,7 @@ const Strings kStatements = {"genpl",
                              "genpl where qx_genre = 3 or qx_era != 5 order mx_num > 100",
                              "genpl where mx_wild != 'x' limit 2 per mx_both, 20 results",
                              "genpl where mx_half like 'red' limit 1 per qx_origin",
-                             "genpl where qx_mood = 3 or qx_artistname like 'of' order qx_tempo "
+                             "genpl where qx_mood = 3 or qx_artistname != 'of' order qx_tempo "
                              "like 90 limit 3 per qx_artistname"};
 const std::vector<uint32_t> kIntegers = {
     0,     1,     126,   127,        128,     254,        255,        256,
