@@ -250,7 +250,7 @@ uint32_t attribute_operator(Kind kind, bool reversed);
 
 struct Playlist {
   // What the model knows: everything; the score of each ident; the idents; nothing.
-  enum Certainty { kOrder, kScores, kIdents, kNothing } certainty = kOrder;
+  enum Certainty { kEverything, kScores, kIdents, kNothing } certainty = kEverything;
   std::vector<uint32_t> ids = {};
   std::vector<int32_t> scores = {};
   std::vector<std::string> idents = {};  // of the ids, when they are enumerated

@@ -107,7 +107,7 @@ class Run {
 
   // The entries after a failure depend on the order of evaluation.
   uint32_t ended(uint32_t code) {
-    if (certainty_ != Playlist::kOrder) doubt(Playlist::kNothing);
+    if (certainty_ != Playlist::kEverything) doubt(Playlist::kNothing);
     return code;
   }
 
@@ -123,7 +123,7 @@ class Run {
     sort(entries, by_ident);
     const auto are_equal = [](const Entry& a, const Entry& b) { return by_ident(a, b) == 0; };
     const auto end = std::unique(entries.items.begin(), entries.items.end(), are_equal);
-    if (end != entries.items.end() && certainty_ != Playlist::kOrder) doubt(Playlist::kIdents);
+    if (end != entries.items.end() && certainty_ != Playlist::kEverything) doubt(Playlist::kIdents);
     entries.items.erase(end, entries.items.end());
   }
 
@@ -278,7 +278,7 @@ class Run {
       status = outcome.code;
       has_failed |= status != 0;
     }
-    if (has_failed && certainty_ != Playlist::kOrder) doubt(Playlist::kNothing);
+    if (has_failed && certainty_ != Playlist::kEverything) doubt(Playlist::kNothing);
     return status;
   }
 
@@ -311,7 +311,7 @@ class Run {
     const uint32_t modulus = to_u32(*node.left->text);
     uint32_t own = node.right->kind == kNumber ? to_u32(*node.right->text) : 0;
     uint32_t& state = own != 0 ? own : g_random;
-    if (certainty_ != Playlist::kOrder) doubt(Playlist::kNothing);
+    if (certainty_ != Playlist::kEverything) doubt(Playlist::kNothing);
     for (Entry& entry : entries_.items) {
       const uint32_t number = random(state);
       entry.score = wrap(modulus == 0 ? number : number % modulus);
@@ -326,7 +326,7 @@ class Run {
     const bool cuts = n < items.size();
     if (node.right->kind == kResults) {
       const bool cuts_equals = cuts && n > 0 && items[n - 1].score == items[n].score;
-      if (cuts_equals && certainty_ != Playlist::kOrder) doubt(Playlist::kNothing);
+      if (cuts_equals && certainty_ != Playlist::kEverything) doubt(Playlist::kNothing);
       if (cuts) entries_.items.resize(n);
       return 0;
     }
@@ -351,7 +351,7 @@ class Run {
   void cut_groups(Attribute& attribute, uint32_t n) {
     for (Entry& entry : entries_.items) entry.group = group_of(attribute, entry.record.ident);
     sort(entries_, by_group);
-    if (certainty_ != Playlist::kOrder || attribute.records.has_loose_ties) {
+    if (certainty_ != Playlist::kEverything || attribute.records.has_loose_ties) {
       doubt(Playlist::kNothing);
     }
     std::vector<Entry> kept;
@@ -365,7 +365,7 @@ class Run {
 
   Collection& collection_;
   Entries entries_;
-  Playlist::Certainty certainty_ = Playlist::kOrder;
+  Playlist::Certainty certainty_ = Playlist::kEverything;
 };
 
 }  // namespace
@@ -379,7 +379,7 @@ const char kMoreLikeThis[] =
 
 bool Playlist::allows(const std::vector<std::string>& found) const {
   if (certainty == kNothing) return true;
-  if (certainty == kOrder || found.size() != idents.size()) return found == idents;
+  if (certainty == kEverything || found.size() != idents.size()) return found == idents;
   auto a = idents;
   auto b = found;
   for (size_t first = 0, last = 0; first < a.size(); first = last) {
