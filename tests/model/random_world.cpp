@@ -62,7 +62,7 @@ std::string apply(const Change& change, trova_playlist_collection* library) {
   if (change.kind == Change::add) {
     return hex(trova_playlist_collection_ident_add(library, text, object));
   }
-  if (change.kind == Change::remove) {
+  if (change.kind == Change::drop) {
     return hex(trova_playlist_collection_ident_remove(library, text));
   }
   if (change.kind == Change::report) {
@@ -93,7 +93,7 @@ std::string apply(const Change& change, Pair* pair) {
   model::Collection& collection = *pair->model;
   if (change.kind == Change::add) collection.add(change.text, change.object->data());
   if (change.kind == Change::report) pair->report.add(collection, change.text);
-  if (change.kind == Change::remove) return hex(model::map_error(collection.remove(change.text)));
+  if (change.kind == Change::drop) return hex(model::map_error(collection.remove(change.text)));
   if (change.kind == Change::generate) {
     try {
       std::string answer = hex(0);
@@ -275,7 +275,7 @@ std::shared_ptr<Object> RandomWorld::random_object() {
 }
 
 Change RandomWorld::random_change() {
-  if (!size_.single && chance(20)) return {Change::remove, random_ident()};
+  if (!size_.single && chance(20)) return {Change::drop, random_ident()};
   return {Change::add, random_ident(), random_object()};
 }
 

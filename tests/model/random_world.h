@@ -81,7 +81,7 @@ struct Pair {
 
 // One change or query of a collection.
 struct Change {
-  enum Kind { nothing, add, remove, report, process, generate, look, release } kind = nothing;
+  enum Kind { nothing, add, drop, report, process, generate, look, release } kind = nothing;
   std::string text = {};                            // an ident, or a statement
   std::shared_ptr<trova_mock::Object> object = {};  // the description of an ident, or the seed
   std::string key = {};                             // of the value to look at
